@@ -1,23 +1,10 @@
 // What the strings and the byte buffer do about memory: what they allocate and
-// release, and what is left of them when an allocation fails. The executable's
-// array allocation is replaced by one that counts and fails on demand.
-//
-// Empty under the thread sanitizer, whose runtime defines the operators itself and
-// lets nobody replace them. No case here has a second thread.
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define VAXO_TESTS_OPERATORS_TAKEN
-#endif
-#endif
-#if defined(__SANITIZE_THREAD__)
-#define VAXO_TESTS_OPERATORS_TAKEN
-#endif
-#if !defined(VAXO_TESTS_OPERATORS_TAKEN)
-
+// release, and what is left of them when an allocation fails. The linker sends the
+// executable's array allocations through wrappers that count and fail on demand;
+// the thread sanitizer lets nobody replace the operators themselves.
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
@@ -33,8 +20,7 @@ std::atomic<long> arrays_living{0};
 std::atomic<long> arrays_made{0};
 thread_local bool arrays_fail = false;
 
-void* make_array(std::size_t size) {
-    void* made = arrays_fail ? nullptr : std::malloc(size == 0 ? 1 : size);
+void* counted(void* made) {
     if (made != nullptr) {
         ++arrays_living;
         ++arrays_made;
@@ -42,37 +28,52 @@ void* make_array(std::size_t size) {
     return made;
 }
 
-void free_array(void* block) {
-    if (block != nullptr) {
-        --arrays_living;
-        std::free(block);
-    }
-}
-
 }  // namespace
 
-void* operator new[](std::size_t size) {
-    void* made = make_array(size);
-    if (made == nullptr) {
+// The names that the linker's --wrap gives to the operators: its prefix and the
+// operator's symbol, in which size_t is "m" or "j". Macros, because a symbol cannot
+// be put together otherwise.
+#if defined(__LP64__)
+#define VAXO_NEW(prefix) prefix##_Znam
+#define VAXO_NOTHROW_NEW(prefix) prefix##_ZnamRKSt9nothrow_t
+#define VAXO_SIZED_DELETE(prefix) prefix##_ZdaPvm
+#else
+#define VAXO_NEW(prefix) prefix##_Znaj
+#define VAXO_NOTHROW_NEW(prefix) prefix##_ZnajRKSt9nothrow_t
+#define VAXO_SIZED_DELETE(prefix) prefix##_ZdaPvj
+#endif
+
+extern "C" {
+
+void* VAXO_NEW(__real_)(std::size_t size);
+void* VAXO_NEW(__wrap_)(std::size_t size);
+void* VAXO_NOTHROW_NEW(__real_)(std::size_t size, const std::nothrow_t& tag) noexcept;
+void* VAXO_NOTHROW_NEW(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept;
+void __real__ZdaPv(void* block) noexcept;
+void __wrap__ZdaPv(void* block) noexcept;
+void VAXO_SIZED_DELETE(__real_)(void* block, std::size_t size) noexcept;
+void VAXO_SIZED_DELETE(__wrap_)(void* block, std::size_t size) noexcept;
+
+void* VAXO_NEW(__wrap_)(std::size_t size) {
+    if (arrays_fail) {
         throw std::bad_alloc();
     }
-    return made;
+    return counted(VAXO_NEW(__real_)(size));
 }
 
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return make_array(size);
+void* VAXO_NOTHROW_NEW(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept {
+    return arrays_fail ? nullptr : counted(VAXO_NOTHROW_NEW(__real_)(size, tag));
 }
 
-void operator delete[](void* block) noexcept {
-    free_array(block);
+void __wrap__ZdaPv(void* block) noexcept {
+    arrays_living -= block == nullptr ? 0 : 1;
+    __real__ZdaPv(block);
 }
 
-void operator delete[](void* block, std::size_t /*size*/) noexcept {
-    free_array(block);
+void VAXO_SIZED_DELETE(__wrap_)(void* block, std::size_t size) noexcept {
+    arrays_living -= block == nullptr ? 0 : 1;
+    VAXO_SIZED_DELETE(__real_)(block, size);
 }
-
-void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept {
-    free_array(block);
 }
 
 namespace {
@@ -302,5 +303,3 @@ TEST(VaxoOwned, AUtf16StringThatWouldPassTheLargestLengthFailsBeforeReading) {
 }
 
 }  // namespace
-
-#endif

@@ -1,0 +1,310 @@
+#include "vaxologfile.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <new>
+#include <string>
+#include <utility>
+
+// Set before spdlog is read, and macros because it reads macros: the thread id
+// is not kept in the thread, where a forked child would find its parent's, and
+// the file is not handed on to programs that the process starts.
+#define SPDLOG_NO_TLS
+#define SPDLOG_PREVENT_CHILD_FD
+
+#include "spdlog/async_logger.h"
+#include "spdlog/details/thread_pool.h"
+#include "spdlog/pattern_formatter.h"
+#include "spdlog/sinks/rotating_file_sink.h"
+
+namespace {
+
+using spdlog::details::thread_pool;
+using Clock = spdlog::log_clock;
+
+// Small enough to upload over a phone's connection and to keep on its storage,
+// large enough for hours of lines at the default level.
+constexpr std::size_t kMaxFileBytes = std::size_t{5} * 1024 * 1024;
+constexpr std::size_t kFormerFiles = 3;
+
+// A line in waiting takes about 400 bytes of memory that is held while the file
+// is open; the lines of a burst fit in.
+constexpr std::size_t kQueuedLines = 1024;
+
+// How long lines are dropped before a file that was taken away is tried again:
+// a try costs tens of milliseconds.
+constexpr std::chrono::seconds kRetryAfter{1};
+
+// The end of the road: writes lines to the rotating file and counts flushes.
+//
+// The stream has no buffer, so a line is in the file when log returns. That is a
+// system call a line, but on the log's own thread; in return a crash loses only
+// the lines still queued, a forked child has no copy of any, and the C library's
+// clean-up at exit does not pull a buffer away from threads that still log.
+//
+// Called by the queue's thread or, without a queue, by the logging threads. It
+// catches everything: nobody behind it could do better than to drop the line.
+class FileSink final : public spdlog::sinks::sink {
+public:
+    // Throws when the file cannot be opened.
+    explicit FileSink(std::string path) : m_path(std::move(path)) { OpenFile(); }
+
+    void log(const spdlog::details::log_msg& msg) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        try {
+            if (!m_isOpen && msg.time >= m_retryAt) {
+                OpenFile();
+            }
+            if (m_isOpen) {
+                m_pFile->log(msg);
+            }
+        } catch (...) {
+            m_retryAt = msg.time + kRetryAfter;
+        }
+    }
+
+    // Called once for every flush that File counts, and counts along, whatever
+    // happens: somebody waits for the count. Also tries a lost file again.
+    void flush() override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        try {
+            if (!m_isOpen) {
+                OpenFile();
+            }
+        } catch (...) {
+            m_retryAt = Clock::now() + kRetryAfter;
+        }
+        ++m_flushes;
+        m_flushed.notify_all();
+    }
+
+    void WaitForFlushes(uint64 count) {
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_flushed.wait(guard, [&] { return m_flushes >= count; });
+    }
+
+    // Between the two nobody is in the middle of a line.
+    void Freeze() { m_lock.lock(); }
+    void Unfreeze() { m_lock.unlock(); }
+
+    void set_pattern(const std::string&) override {}
+    void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
+
+private:
+    using RotatingFile = spdlog::sinks::rotating_file_sink_st;
+
+    // The rotating file must not be used while it has no file: after a rotation
+    // that could not make the new one it would write through a null pointer.
+    // Its own events tell whether it has.
+    void OpenFile() {
+        m_pFile.reset();
+        spdlog::file_event_handlers events;
+        events.after_open = [this](const std::string&, std::FILE* pFile) {
+            static_cast<void>(std::setvbuf(pFile, nullptr, _IONBF, 0));
+            m_isOpen = true;
+        };
+        events.after_close = [this](const std::string&) { m_isOpen = false; };
+        m_pFile =
+            std::make_unique<RotatingFile>(m_path, kMaxFileBytes, kFormerFiles, false, events);
+        m_pFile->set_pattern("%Y-%m-%d %H:%M:%S.%f %t %v");
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_flushed;
+    uint64 m_flushes = 0;
+    const std::string m_path;
+    bool m_isOpen = false;
+    Clock::time_point m_retryAt;
+    std::unique_ptr<RotatingFile> m_pFile;
+};
+
+// Blocks all signals on this thread while it lives. A thread started meanwhile
+// inherits that for good: the application's handlers run on its own threads.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_former);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t m_former{};
+};
+
+// Whether `path` can be appended to. The rotating file would find out as well,
+// but it tries for 50 milliseconds.
+bool CanAppend(const std::string& path) {
+    spdlog::details::os::create_dir(spdlog::details::os::dir_name(path));
+    std::FILE* pFile = nullptr;
+    if (spdlog::details::os::fopen_s(&pFile, path, "ab")) {
+        return false;
+    }
+    static_cast<void>(std::fclose(pFile));
+    return true;
+}
+
+}  // namespace
+
+// One open file. Used under the owner's lock.
+struct CVAXOLogFile::File {
+    // Throws when the file cannot be opened or the thread cannot be had.
+    explicit File(const std::string& path) : pSink(std::make_shared<FileSink>(path)) {
+        StartQueue();
+    }
+
+    void StartQueue();
+    void StopQueue();
+    void Write(std::string_view line) const;
+    uint64 Flush();
+
+    std::shared_ptr<FileSink> pSink;
+    std::shared_ptr<thread_pool> pQueue;  // null: lines are written by their callers
+    std::shared_ptr<spdlog::async_logger> pLogger;
+    uint64 flushes = 0;
+    std::unique_ptr<File> pLostBefore;
+};
+
+// The logger is not registered with spdlog, whose registry dies at exit.
+void CVAXOLogFile::File::StartQueue() {
+    const SignalsBlocked blocked;
+    auto pNewQueue = std::make_shared<thread_pool>(kQueuedLines, 1, [] {
+#if defined(__linux__)
+        pthread_setname_np(pthread_self(), "vaxolog");
+#endif
+    });
+    pLogger = std::make_shared<spdlog::async_logger>("", pSink, pNewQueue,
+                                                     spdlog::async_overflow_policy::block);
+    pLogger->set_error_handler([](const std::string&) {});  // the default prints
+    pQueue = std::move(pNewQueue);
+}
+
+// Returns when all that waited is in the file.
+void CVAXOLogFile::File::StopQueue() {
+    pQueue.reset();  // joins its thread
+    pLogger.reset();
+}
+
+void CVAXOLogFile::File::Write(std::string_view line) const {
+    const spdlog::string_view_t payload(line.data(), line.size());
+    if (pQueue != nullptr) {
+        pLogger->log(spdlog::level::info, payload);
+    } else {
+        pSink->log(spdlog::details::log_msg("", spdlog::level::info, payload));
+    }
+}
+
+// What to wait for: the sink's count when this flush is done.
+uint64 CVAXOLogFile::File::Flush() {
+    if (pQueue != nullptr) {
+        pLogger->flush();
+    } else {
+        pSink->flush();
+    }
+    return ++flushes;
+}
+
+CVAXOLogFile::CVAXOLogFile() = default;
+CVAXOLogFile::~CVAXOLogFile() = default;
+
+int32 CVAXOLogFile::Open(const char* path, vaxo::strutf8& name) noexcept {
+    if (path == nullptr || *path == '\0') {
+        return -1;
+    }
+    const std::lock_guard<std::mutex> guard(m_lock);
+    try {
+        const std::string copy(path);  // `path` may be the text of `name`
+        if (m_isShut || !CanAppend(copy)) {
+            return -1;
+        }
+        // The two may be the same file, so the former writes all it has before
+        // the new one looks at the size.
+        if (m_pFile != nullptr) {
+            m_pFile->StopQueue();
+        }
+        auto pFile = std::make_unique<File>(copy);
+        name = copy.c_str();
+        m_pFile = std::move(pFile);
+        m_isOpen.store(true, std::memory_order_relaxed);
+        return 0;
+    } catch (...) {
+        Resume();
+        return -1;
+    }
+}
+
+// Lets the file that Open stopped go on.
+void CVAXOLogFile::Resume() noexcept {
+    try {
+        if (m_pFile != nullptr && m_pFile->pQueue == nullptr) {
+            m_pFile->StartQueue();
+        }
+    } catch (...) {  // without a thread its callers write
+    }
+}
+
+void CVAXOLogFile::Write(std::string_view line) noexcept {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    try {
+        if (m_pFile != nullptr) {
+            m_pFile->Write(line);
+        }
+    } catch (...) {  // out of memory, the line is dropped
+    }
+}
+
+void CVAXOLogFile::Flush() noexcept {
+    std::shared_ptr<FileSink> pSink;
+    uint64 count = 0;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_pFile == nullptr) {
+            return;
+        }
+        count = m_pFile->Flush();
+        pSink = m_pFile->pSink;
+    }
+    pSink->WaitForFlushes(count);
+}
+
+void CVAXOLogFile::Shut() noexcept {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_isShut = true;
+    if (m_pFile != nullptr) {
+        m_pFile->StopQueue();
+    }
+}
+
+void CVAXOLogFile::BeforeFork() noexcept {
+    m_lock.lock();
+    if (m_pFile != nullptr) {
+        m_pFile->pSink->Freeze();
+    }
+}
+
+void CVAXOLogFile::AfterForkInParent() noexcept {
+    if (m_pFile != nullptr) {
+        m_pFile->pSink->Unfreeze();
+    }
+    m_lock.unlock();
+}
+
+// The file stays reachable and is never used or destroyed: its queue may be
+// locked by a thread that is not here.
+void CVAXOLogFile::AfterForkInChild() noexcept {
+    m_isOpen.store(false, std::memory_order_relaxed);
+    if (m_pFile != nullptr) {
+        m_pFile->pSink->Unfreeze();
+        m_pFile->pLostBefore = std::move(m_pLost);
+        m_pLost = std::move(m_pFile);
+    }
+    m_lock.unlock();
+}
