@@ -1,6 +1,7 @@
 #include "vaxolog.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -12,6 +13,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -722,6 +724,48 @@ TEST_F(VaxoLog, OpeningTheSameFileAgainByItsOwnNameGoesOn) {
     EXPECT_STREQ(VAXO::g_strLogFileName__.c_str(), path.c_str());
     EXPECT_EQ(CountInOrder(TextsOf(path), 1), std::vector<int>{300});
 }
+
+TEST_F(VaxoLog, OpeningTheSameFileWhileItIsBeingRotatedGoesOnInTheNewFile) {
+    const std::string path = Opened();
+    const std::string padding(3 * kMebibyte, 'o');  // one line a file
+    for (int number = 0; number < 3; ++number) {
+        syslog(esyslog_generic, "T", 1, "%d %s", number, padding.c_str());
+    }
+    EXPECT_EQ(vaxolog_open(path.c_str()), 0);
+    syslog(esyslog_generic, "T", 2, "after");
+    vaxolog_flush();
+    const std::vector<std::string> texts = TextsOf(path);
+    ASSERT_EQ(texts.size(), 2U);
+    EXPECT_EQ(texts[0].front(), '2');
+    EXPECT_EQ(texts[1], "after");
+}
+
+#if defined(__GLIBC__)
+TEST_F(VaxoLog, AThreadThatCannotBeHadRefusesTheFileAndTheFormerGoesOn) {
+    const std::string path = Opened();
+    syslog(esyslog_error, "T", 1, "0 0");
+    // No thread starts while each is to have half of the address space as stack.
+    pthread_attr_t former;
+    ASSERT_EQ(::pthread_getattr_default_np(&former), 0);
+    pthread_attr_t huge;
+    ASSERT_EQ(::pthread_attr_init(&huge), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&huge, SIZE_MAX / 2 / kMebibyte * kMebibyte), 0);
+    ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
+    EXPECT_EQ(vaxolog_open(Path("other.log").c_str()), -1);
+    EXPECT_STREQ(VAXO::g_strLogFileName__.c_str(), path.c_str());
+    syslog(esyslog_error, "T", 2, "0 1");
+    EXPECT_EQ(LinesOf(path).size(), 2U) << "without a thread the caller writes";
+    vaxolog_flush();
+    ASSERT_EQ(::pthread_setattr_default_np(&former), 0);
+    ::pthread_attr_destroy(&huge);
+    ::pthread_attr_destroy(&former);
+    EXPECT_EQ(vaxolog_open(path.c_str()), 0);
+    syslog(esyslog_error, "T", 3, "0 2");
+    vaxolog_flush();
+    EXPECT_EQ(CountInOrder(TextsOf(path), 1), std::vector<int>{3});
+    EXPECT_EQ(fs::file_size(Path("other.log")), 0U);
+}
+#endif
 
 TEST_F(VaxoLog, FilesOpenedWhileThreadsLogHaveEveryLineOnce) {
     constexpr std::size_t kThreads = 4;

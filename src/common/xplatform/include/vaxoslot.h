@@ -1,0 +1,54 @@
+// Shared slots: a shared_ptr or weak_ptr member that one thread replaces while
+// others copy it, without a common lock.
+//
+// A slot stays an ordinary member; it is only ever touched through these
+// functions once more than one thread can see it.
+//
+// Guarantees
+// - Any thread may call any of these on the same slot at once. Each is one
+//   indivisible step; a load sees a whole earlier store, never a mixture.
+// - Sequentially consistent: what was written before a store is visible to
+//   whoever loads that value.
+// - The value taken out is destroyed by the caller, never inside the step, so a
+//   destructor may use the slot again.
+//
+// Non-guarantees
+// - Not lock-free: the standard library keeps a short internal lock for the
+//   duration of the pointer copy. No code of the caller runs under it.
+#ifndef VAXO_VAXOSLOT_H
+#define VAXO_VAXOSLOT_H
+
+#include <memory>
+#include <utility>
+
+namespace vaxo {
+
+template <class T>
+std::shared_ptr<T> slot_load(const std::shared_ptr<T>& slot) {
+    return std::atomic_load(&slot);
+}
+
+// Puts `value` in and returns what was there.
+template <class T>
+std::shared_ptr<T> slot_exchange(std::shared_ptr<T>& slot, std::shared_ptr<T> value) {
+    return std::atomic_exchange(&slot, std::move(value));
+}
+
+// Fills an empty slot with what `make` returns and answers what the slot holds
+// then. Threads that meet here may all call `make`; one result is kept and the
+// others are dropped.
+template <class T, class Make>
+std::shared_ptr<T> slot_load_or_make(std::shared_ptr<T>& slot, Make make) {
+    std::shared_ptr<T> current = std::atomic_load(&slot);
+    if (!current) {
+        std::shared_ptr<T> made = make();
+        if (std::atomic_compare_exchange_strong(&slot, &current, made)) {
+            return made;
+        }
+    }
+    return current;
+}
+
+}  // namespace vaxo
+
+#endif

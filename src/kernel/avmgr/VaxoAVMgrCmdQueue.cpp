@@ -1,0 +1,172 @@
+#include "avmgr/VaxoAVMgrCmdQueue.h"
+
+#include <utility>
+
+#include "utils/VaxoQueueRunner.h"
+#include "vaxolog.h"
+#include "vaxoslot.h"
+
+namespace {
+
+const char* const s_tag = "CmdQueue";
+
+int32 Count(const vaxostl::vector<std::shared_ptr<VaxoAVMgrCmd>>& cmds) {
+    return static_cast<int32>(cmds.size());
+}
+
+}  // namespace
+
+std::shared_ptr<CVaxoAVMgrCmdQueue> CVaxoAVMgrCmdQueue::GetSharedInstance() {
+    // The pointer itself is never destroyed: see the header.
+    static std::shared_ptr<CVaxoAVMgrCmdQueue>& s_pCmdQueue =
+        *new std::shared_ptr<CVaxoAVMgrCmdQueue>();
+    return vaxo::slot_load_or_make(s_pCmdQueue,
+                                   [] { return std::make_shared<CVaxoAVMgrCmdQueue>(); });
+}
+
+CVaxoAVMgrCmdQueue::CVaxoAVMgrCmdQueue() : m_pCB(nullptr) {}
+
+CVaxoAVMgrCmdQueue::~CVaxoAVMgrCmdQueue() = default;
+
+void CVaxoAVMgrCmdQueue::SetCallback(IVaxoAVMgrCmdQueueCallback* pCB) {
+    CVAXOAutolock lock(m_lockForCmdQueue);
+    m_pCB = pCB;
+}
+
+VaxoAVMgrCmdJoinResult CVaxoAVMgrCmdQueue::AddCmd(std::shared_ptr<VaxoAVMgrCmd> cmd) {
+    if (!cmd) {
+        return CmdJoin_InvalidateLater;
+    }
+    // Declared before the lock and so destroyed after it: what a removed command
+    // captured may call the queue from its destructor.
+    vaxostl::vector<std::shared_ptr<VaxoAVMgrCmd>> removed;
+    CVAXOAutolock lock(m_lockForCmdQueue);
+    syslog(esyslog_generic, s_tag, __LINE__,
+           "%s, going to add %s(%llu/%s), current queue size: %d >>>>>", "AddCmd",
+           cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(), Count(m_CmdQueue));
+
+    VaxoAVMgrCmdJoinResult result = CmdJoin_CoExist;
+    auto it = m_CmdQueue.begin();
+    while (it != m_CmdQueue.end() && result != CmdJoin_InvalidateLater) {
+        const std::shared_ptr<VaxoAVMgrCmd> former = *it;
+        result = former->Join(cmd);
+        syslog(esyslog_generic, s_tag, __LINE__, ">> join result by %s(%llu/%s), %s",
+               former->GetDescription(), former->ddwExtraData, former->strExtraData.c_str(),
+               VaxoDescription(result));
+        if (result == CmdJoin_InvalidateFormer) {
+            if (m_pCB != nullptr) {
+                m_pCB->OnCmdRemoved(former);
+            }
+            removed.Add(former);
+            it = m_CmdQueue.erase(it);
+        } else {
+            ++it;
+        }
+    }
+
+    if (result != CmdJoin_InvalidateLater) {
+        m_CmdQueue.Add(cmd);
+        syslog(esyslog_generic, s_tag, __LINE__, ">> added %s(%llu/%s), queue size: %d",
+               cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(),
+               Count(m_CmdQueue));
+    }
+    ListCmds();
+    return result;
+}
+
+void CVaxoAVMgrCmdQueue::ListCmds() {
+    int32 index = 0;
+    for (const std::shared_ptr<VaxoAVMgrCmd>& cmd : m_CmdQueue) {
+        syslog(esyslog_debug, s_tag, __LINE__, "%d: %s(%llu/%s)", index, cmd->GetDescription(),
+               cmd->ddwExtraData, cmd->strExtraData.c_str());
+        ++index;
+    }
+}
+
+void CVaxoAVMgrCmdQueue::StartCmdExecute() {
+    CVaxoQueueRunner::GetSharedInstance()->AsyncRun([this] { StartCmdExecuteInner(); }, 0);
+}
+
+void CVaxoAVMgrCmdQueue::StartCmdExecuteInner() {
+    m_lockFlag.LockRD();
+    syslog(esyslog_generic, s_tag, __LINE__, "%s", "StartCmdExecuteInner");
+    for (;;) {
+        if (const std::shared_ptr<VaxoAVMgrCmd> executing = vaxo::slot_load(m_pExecutingCmd)) {
+            syslog(esyslog_generic, s_tag, __LINE__, "> executing: %s(%llu/%s)",
+                   executing->GetDescription(), executing->ddwExtraData,
+                   executing->strExtraData.c_str());
+            break;
+        }
+        const std::shared_ptr<VaxoAVMgrCmd> cmd = PopCmd();
+        if (!cmd) {
+            syslog(esyslog_generic, s_tag, __LINE__, "> no cmd enqueued.");
+            break;
+        }
+        if (cmd->GetCmdType() == SyncCmd) {
+            if (cmd->Execute() == 0) {
+                syslog(esyslog_generic, s_tag, __LINE__, "> executed %s(%llu/%s)",
+                       cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str());
+            }
+            continue;
+        }
+        // Stored before it runs: its completion may come before Execute returns.
+        vaxo::slot_exchange(m_pExecutingCmd, cmd);
+        if (cmd->Execute() == 0) {
+            syslog(esyslog_generic, s_tag, __LINE__, "> executed %s, waiting for result",
+                   cmd->GetDescription());
+        }
+        break;
+    }
+    m_lockFlag.Unlock();
+}
+
+std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::PopCmd() {
+    CVAXOAutolock lock(m_lockForCmdQueue);
+    if (m_CmdQueue.empty()) {
+        return std::shared_ptr<VaxoAVMgrCmd>();
+    }
+    std::shared_ptr<VaxoAVMgrCmd> cmd = m_CmdQueue.front();
+    m_CmdQueue.erase(m_CmdQueue.begin());
+    syslog(esyslog_generic, s_tag, __LINE__, "%s, cmd %s(%llu/%s) poped, final queue size: %d",
+           "PopCmd", cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(),
+           Count(m_CmdQueue));
+    return cmd;
+}
+
+void CVaxoAVMgrCmdQueue::SetCmdExecuteCmdDone(VaxoAVMgrCmdType type) {
+    syslog(esyslog_generic, s_tag, __LINE__, "%s, cmd type: %s", "SetCmdExecuteCmdDone",
+           VaxoDescription(type));
+    {
+        // Outlives the lock, so that what the command captured is destroyed outside.
+        std::shared_ptr<VaxoAVMgrCmd> executing;
+        m_lockFlag.LockRW();
+        executing = vaxo::slot_load(m_pExecutingCmd);
+        if (executing && executing->GetCmdType() == type) {
+            syslog(esyslog_generic, s_tag, __LINE__, ">> current executing cmd: %s(%llu/%s)",
+                   executing->GetDescription(), executing->ddwExtraData,
+                   executing->strExtraData.c_str());
+            vaxo::slot_exchange(m_pExecutingCmd, std::shared_ptr<VaxoAVMgrCmd>());
+        }
+        m_lockFlag.Unlock();
+    }
+    if (!vaxo::slot_load(m_pExecutingCmd)) {
+        StartCmdExecute();
+    }
+}
+
+std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::GetExecutingCmd() {
+    m_lockFlag.LockRD();
+    std::shared_ptr<VaxoAVMgrCmd> executing = vaxo::slot_load(m_pExecutingCmd);
+    m_lockFlag.Unlock();
+    return executing;
+}
+
+bool CVaxoAVMgrCmdQueue::ShouldCallbackCmd(VaxoAVMgrCmdType /*type*/) {
+    CVAXOAutolock lock(m_lockForCmdQueue);
+    for (const std::shared_ptr<VaxoAVMgrCmd>& cmd : m_CmdQueue) {
+        if (cmd->GetCmdType() == LeaveRoom) {
+            return false;
+        }
+    }
+    return true;
+}
