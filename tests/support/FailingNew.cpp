@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "vaxotypes.h"
+
 namespace {
 
 bool g_refusing = false;
@@ -52,14 +54,15 @@ std::size_t LatestAlignment() {
 #define VAXO_ALIGNED(prefix) prefix##_ZnwjSt11align_val_tRKSt9nothrow_t
 #endif
 
+// The wrappers are visible because a shared standard library calls the operators.
 extern "C" {
 
 void* VAXO_PLAIN(__real_)(std::size_t size, const std::nothrow_t& tag) noexcept;
-void* VAXO_PLAIN(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept;
+VAXO_API void* VAXO_PLAIN(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept;
 void* VAXO_ALIGNED(__real_)(std::size_t size, std::align_val_t alignment,
                             const std::nothrow_t& tag) noexcept;
-void* VAXO_ALIGNED(__wrap_)(std::size_t size, std::align_val_t alignment,
-                            const std::nothrow_t& tag) noexcept;
+VAXO_API void* VAXO_ALIGNED(__wrap_)(std::size_t size, std::align_val_t alignment,
+                                     const std::nothrow_t& tag) noexcept;
 
 void* VAXO_PLAIN(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept {
     return Refused(size, 0) ? nullptr : VAXO_PLAIN(__real_)(size, tag);

@@ -43,16 +43,17 @@ void* counted(void* made) {
 #define VAXO_SIZED_DELETE(prefix) prefix##_ZdaPvj
 #endif
 
+// The wrappers are visible because a shared standard library calls the operators.
 extern "C" {
 
 void* VAXO_NEW(__real_)(std::size_t size);
-void* VAXO_NEW(__wrap_)(std::size_t size);
+VAXO_API void* VAXO_NEW(__wrap_)(std::size_t size);
 void* VAXO_NOTHROW_NEW(__real_)(std::size_t size, const std::nothrow_t& tag) noexcept;
-void* VAXO_NOTHROW_NEW(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept;
+VAXO_API void* VAXO_NOTHROW_NEW(__wrap_)(std::size_t size, const std::nothrow_t& tag) noexcept;
 void __real__ZdaPv(void* block) noexcept;
-void __wrap__ZdaPv(void* block) noexcept;
+VAXO_API void __wrap__ZdaPv(void* block) noexcept;
 void VAXO_SIZED_DELETE(__real_)(void* block, std::size_t size) noexcept;
-void VAXO_SIZED_DELETE(__wrap_)(void* block, std::size_t size) noexcept;
+VAXO_API void VAXO_SIZED_DELETE(__wrap_)(void* block, std::size_t size) noexcept;
 
 void* VAXO_NEW(__wrap_)(std::size_t size) {
     if (arrays_fail) {

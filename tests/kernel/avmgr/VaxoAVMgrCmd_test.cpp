@@ -163,14 +163,39 @@ TEST(VaxoAVMgrCmd, EmptyFunctionsThrowWhenCalledAndNotBefore) {
     EXPECT_THROW(cmd.Join(CmdPtr()), std::bad_function_call);
 }
 
-TEST(VaxoAVMgrCmd, TheFunctionsAreTakenOverByMoveAndFreedWithTheRecord) {
-    const auto captured = std::make_shared<int>(1);
-    std::function<int32()> func = [captured] { return *captured; };
-    std::function<VaxoAVMgrCmdJoinResult(CmdPtr)> join = [captured](CmdPtr) {
-        return CmdJoin_CoExist;
+namespace {
+
+// A capture that tells how it was passed on.
+struct Traveller {
+    explicit Traveller(int& counter) : copies(&counter) {}
+    Traveller(const Traveller& other) : copies(other.copies) { ++*copies; }
+    Traveller(Traveller&& other) noexcept : copies(other.copies) {}
+    Traveller& operator=(const Traveller&) = delete;
+    Traveller& operator=(Traveller&&) = delete;
+    ~Traveller() = default;
+    int* copies;
+    char large[256] = {};  // too large for the wrapper's own storage
+};
+
+}  // namespace
+
+TEST(VaxoAVMgrCmd, TheFunctionsAreTakenOverByMove) {
+    int copies = 0;
+    VaxoAVMgrCmd::ExecuteFunc func = [t = Traveller(copies)] { return *t.copies; };
+    VaxoAVMgrCmd::JoinFunc join = [t = Traveller(copies)](CmdPtr) {
+        return static_cast<VaxoAVMgrCmdJoinResult>(*t.copies);
     };
-    ASSERT_EQ(captured.use_count(), 3);
-    CmdPtr cmd(new VaxoAVMgrCmd(SyncCmd, std::move(func), std::move(join)));
+    copies = 0;
+    VaxoAVMgrCmd cmd(SyncCmd, std::move(func), std::move(join));
+    EXPECT_EQ(copies, 0);
+    EXPECT_EQ(cmd.Execute(), 0);
+    EXPECT_EQ(cmd.Join(CmdPtr()), CmdJoin_CoExist);
+}
+
+TEST(VaxoAVMgrCmd, WhatTheFunctionsCapturedIsFreedWithTheLastOwner) {
+    const auto captured = std::make_shared<int>(1);
+    CmdPtr cmd(new VaxoAVMgrCmd(
+        SyncCmd, [captured] { return *captured; }, [captured](CmdPtr) { return CmdJoin_CoExist; }));
     EXPECT_EQ(captured.use_count(), 3);
     CmdPtr other = cmd;
     cmd.reset();

@@ -48,7 +48,7 @@ void vaxolock_destroy(vaxolock_t* lock);  // the mutex must be unlocked
 // - Only a thread that holds may unlock; the lock knows in which mode.
 typedef struct vaxorwlock_t* hvaxolockrw;
 
-hvaxolockrw vaxorwlock_alloc();  // null when there is no memory for it
+hvaxolockrw vaxorwlock_alloc();  // throws std::bad_alloc when there is none to be had
 void vaxorwlock_rdlock(hvaxolockrw lock);
 void vaxorwlock_wrlock(hvaxolockrw lock);
 bool vaxorwlock_tryrdlock(hvaxolockrw lock);  // never waits; true when it locked
@@ -143,8 +143,6 @@ typedef vaxostl::map<int32, uint32> CMapThreadId2Count;
 // Non-guarantees
 // - Thread ids are those of vaxothread_selfid(): a thread that ends with a hold
 //   leaves it to whichever thread gets its id next.
-// - If the platform had no memory for its lock, nothing is locked and no call says
-//   so, but for the tries, which answer false.
 class CVAXOLockRW {
 public:
     CVAXOLockRW();
