@@ -46,7 +46,7 @@ inline const char* VaxoDescription(VaxoAVMgrCmdType type) {
         "GetInRoom",    "LeaveRoom",   "PlayStream", "StopStream",
         "StartPublish", "StopPublish", "SyncCmd",
     };
-    const uint32 index = static_cast<uint32>(type) - 1U;  // 0 wraps to far outside
+    const auto index = static_cast<uint32>(type) - 1U;  // 0 wraps to far outside
     return index < sizeof(s_names) / sizeof(s_names[0]) ? s_names[index] : "";
 }
 
@@ -60,7 +60,7 @@ enum VaxoAVMgrCmdJoinResult : int32 {
 // The log name of a join result, the empty text for any other value.
 inline const char* VaxoDescription(VaxoAVMgrCmdJoinResult result) {
     static const char* const s_names[] = {"CoExist", "InvalidateFormer", "InvalidateLater"};
-    const uint32 index = static_cast<uint32>(result);
+    const auto index = static_cast<uint32>(result);
     return index < sizeof(s_names) / sizeof(s_names[0]) ? s_names[index] : "";
 }
 

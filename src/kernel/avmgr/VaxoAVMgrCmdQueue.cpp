@@ -1,5 +1,6 @@
 #include "avmgr/VaxoAVMgrCmdQueue.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "utils/VaxoQueueRunner.h"
@@ -24,7 +25,7 @@ std::shared_ptr<CVaxoAVMgrCmdQueue> CVaxoAVMgrCmdQueue::GetSharedInstance() {
                                    [] { return std::make_shared<CVaxoAVMgrCmdQueue>(); });
 }
 
-CVaxoAVMgrCmdQueue::CVaxoAVMgrCmdQueue() : m_pCB(nullptr) {}
+CVaxoAVMgrCmdQueue::CVaxoAVMgrCmdQueue() = default;
 
 CVaxoAVMgrCmdQueue::~CVaxoAVMgrCmdQueue() = default;
 
@@ -123,7 +124,7 @@ void CVaxoAVMgrCmdQueue::StartCmdExecuteInner() {
 std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::PopCmd() {
     CVAXOAutolock lock(m_lockForCmdQueue);
     if (m_CmdQueue.empty()) {
-        return std::shared_ptr<VaxoAVMgrCmd>();
+        return {};
     }
     std::shared_ptr<VaxoAVMgrCmd> cmd = m_CmdQueue.front();
     m_CmdQueue.erase(m_CmdQueue.begin());
@@ -163,10 +164,7 @@ std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::GetExecutingCmd() {
 
 bool CVaxoAVMgrCmdQueue::ShouldCallbackCmd(VaxoAVMgrCmdType /*type*/) {
     CVAXOAutolock lock(m_lockForCmdQueue);
-    for (const std::shared_ptr<VaxoAVMgrCmd>& cmd : m_CmdQueue) {
-        if (cmd->GetCmdType() == LeaveRoom) {
-            return false;
-        }
-    }
-    return true;
+    const auto& waiting = m_CmdQueue;
+    return std::none_of(waiting.begin(), waiting.end(),
+                        [](const auto& cmd) { return cmd->GetCmdType() == LeaveRoom; });
 }

@@ -107,7 +107,7 @@ private:
     CVAXOLock m_lockForCmdQueue;
     CVAXOLockRW m_lockFlag;
     std::shared_ptr<VaxoAVMgrCmd> m_pExecutingCmd;  // a shared slot, see vaxoslot.h
-    IVaxoAVMgrCmdQueueCallback* m_pCB;
+    IVaxoAVMgrCmdQueueCallback* m_pCB = nullptr;
 };
 
 #endif

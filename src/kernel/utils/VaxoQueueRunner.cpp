@@ -34,11 +34,11 @@ void PostIfSet(CVAXOEvent* event) {
 }  // namespace
 
 CVaxoQueueRunner* CVaxoQueueRunner::GetSharedInstance() {
-    static CVaxoQueueRunner* const s_pRunner = new CVaxoQueueRunner();
+    static auto* const s_pRunner = new CVaxoQueueRunner();
     return s_pRunner;
 }
 
-CVaxoQueueRunner::CVaxoQueueRunner() : init_normal_source(this), m_pTask(nullptr) {
+CVaxoQueueRunner::CVaxoQueueRunner() : init_normal_source(this) {
     char name[] = "QR.0";
     m_pTask = VAXOTaskCreate(name, ethr_priority_normal);
     if (m_pTask != nullptr) {
@@ -82,7 +82,7 @@ CVAXOTaskDefault* CVaxoQueueRunner::GetWorkQueue(int id) {
 void CVaxoQueueRunner::Push(CVAXOTaskDefault* task, vaxo_task_call_base* record) {
     std::unique_ptr<vaxo_task_call_base> owned(record);
     const std::unique_ptr<CCallTaskArg, Releaser> arg(new CCallTaskArg(owned.get()));
-    owned.release();  // the argument owns it now
+    static_cast<void>(owned.release());  // the argument owns it now
     const CScopeCall call(this, &CVaxoQueueRunner::vaxo_asyn_call, arg.get(), nullptr);
     CVAXOTaskBase::PushTask(task, call);
 }

@@ -82,7 +82,7 @@ private:
     int32 vaxo_asyn_call(CCallTaskArg* arg);
 
     Source init_normal_source;  // detached when the runner goes
-    CVAXOTaskDefault* m_pTask;
+    CVAXOTaskDefault* m_pTask = nullptr;
     CVAXOLock m_lock;                             // guards m_id2task and worker creation
     vaxostl::map<int, CVAXOTaskBase*> m_id2task;  // ids other than 0; only grows
 };

@@ -51,21 +51,19 @@ class CVaxoQueueRunner;
 struct vaxo_task_call_base_CVaxoQueueRunner : public vaxo_task_call_base {
     vaxo_task_call_base_CVaxoQueueRunner(const char* name, vaxo_any_call call,
                                          CVaxoQueueRunner* runner)
-        : vaxo_task_call_base(name, call), fthis(runner), _event(nullptr) {}
+        : vaxo_task_call_base(name, call), fthis(runner) {}
 
-    CVaxoQueueRunner* fthis;  // may be gone when the record runs: never followed
-    CVAXOEvent* _event;       // posted after the body has run; the runner sets none
+    CVaxoQueueRunner* fthis;       // may be gone when the record runs: never followed
+    CVAXOEvent* _event = nullptr;  // posted after the body has run; the runner sets none
 };
 
 struct vaxo_task_call_CVaxoQueueRunnerAsyncRunInner : public vaxo_task_call_base_CVaxoQueueRunner {
     vaxo_task_call_CVaxoQueueRunnerAsyncRunInner(vaxo_any_call call, CVaxoQueueRunner* runner,
                                                  const VaxoRunnable& job)
-        : vaxo_task_call_base_CVaxoQueueRunner("AsyncRunInner", call, runner),
-          _job(job),
-          _pTask(nullptr) {}
+        : vaxo_task_call_base_CVaxoQueueRunner("AsyncRunInner", call, runner), _job(job) {}
 
     VaxoRunnable _job;
-    CVAXOTaskDefault* _pTask;  // part of the record's shape; nothing reads it
+    CVAXOTaskDefault* _pTask = nullptr;  // part of the record's shape; nothing reads it
 };
 
 struct vaxo_task_call_CVaxoQueueRunnerSyncRunInner : public vaxo_task_call_base_CVaxoQueueRunner {
