@@ -10,7 +10,7 @@ if(VAXO_SANITIZE)
   add_link_options(-fsanitize=${VAXO_SANITIZE})
 endif()
 if(VAXO_COVERAGE)
-  add_compile_options(--coverage)
+  add_compile_options(--coverage -fprofile-update=atomic)  # threads count the same lines
   add_link_options(--coverage)
 endif()
 
