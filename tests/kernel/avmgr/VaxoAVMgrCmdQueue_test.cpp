@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 
 #include "kernel/avmgr/CmdQueueFixture.h"
@@ -326,7 +327,11 @@ TEST_F(CmdQueue, WhatACompletedCommandCapturedMayCallTheQueueWhenItIsDestroyed) 
         explicit AtEnd(CVaxoAVMgrCmdQueue& owner) : queue(owner) {}
         AtEnd(const AtEnd&) = delete;
         AtEnd& operator=(const AtEnd&) = delete;
-        ~AtEnd() { queue.SetCmdExecuteCmdDone(GetInRoom); }
+        ~AtEnd() {
+            // Another thread would wait for ever if a lock were held here.
+            std::thread([this] { queue.GetExecutingCmd(); }).join();
+            queue.SetCmdExecuteCmdDone(GetInRoom);
+        }
         CVaxoAVMgrCmdQueue& queue;
     };
     {
@@ -374,6 +379,50 @@ TEST_F(CmdQueue, DestroyingAQueueReleasesTheExecutingAndTheWaitingCommands) {
     }
     EXPECT_EQ(executing.use_count(), 1);
     EXPECT_EQ(waiting.use_count(), 1);
+}
+
+TEST_F(CmdQueue, DestroyingAQueueReleasesTheExecutingCommandFirst) {
+    // Writes its name down when the command that captured it goes.
+    struct Note {
+        Note(Texts& list, const char* text) : order(list), name(text) {}
+        Note(const Note&) = delete;
+        Note& operator=(const Note&) = delete;
+        ~Note() { order.emplace_back(name); }
+        Texts& order;
+        const char* name;
+    };
+    Texts order;
+    {
+        CVaxoAVMgrCmdQueue own;
+        for (const char* name : {"executing", "first", "second"}) {
+            auto note = std::make_shared<Note>(order, name);
+            own.AddCmd(std::make_shared<VaxoAVMgrCmd>(PlayStream, [note] { return 0; }));
+        }
+        own.StartCmdExecute();
+        WaitForWorker0();
+    }
+    EXPECT_EQ(order, (Texts{"executing", "first", "second"}));
+}
+
+TEST(CmdQueueDeathTest, AProgramMayReturnFromMainInTheMiddleOfACommand) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const auto queue = CVaxoAVMgrCmdQueue::GetSharedInstance();
+            std::atomic<bool> running{false};
+            for (int i = 0; i < 1000; ++i) {
+                queue->AddCmd(std::make_shared<VaxoAVMgrCmd>(SyncCmd, [&running] {
+                    running.store(true);
+                    return CVaxoAVMgrCmdQueue::GetSharedInstance()->GetExecutingCmd() ? 1 : 0;
+                }));
+            }
+            queue->StartCmdExecute();
+            while (!running.load()) {
+                std::this_thread::yield();
+            }
+            std::exit(7);
+        },
+        ::testing::ExitedWithCode(7), "");
 }
 
 TEST(CmdQueueInstance, EveryThreadGetsTheOneQueueAlsoOnFirstUse) {
