@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstring>
 #include <string>
 
 #include "vaxostream.h"
@@ -35,6 +37,16 @@ inline std::string bytes(const vaxo::stream& s) {
         all += static_cast<char>(s[i]);
     }
     return all;
+}
+
+// Object bytes from `offset` on, as a T. The representation of an object may be
+// read as bytes, and a T may be copied from them.
+template <class T, class Object>
+T peek(const Object& whole, std::size_t offset) {
+    T value;
+    const void* object = &whole;
+    std::memcpy(&value, static_cast<const unsigned char*>(object) + offset, sizeof(value));
+    return value;
 }
 
 }  // namespace vaxotest

@@ -43,44 +43,6 @@ TEST(VaxoMapParentFirst, ALineOfNodesIsWalkedFromItsTop) {
     }
 }
 
-TEST(VaxoMapParentFirst, AtTheEndItStaysUntilItIsReset) {
-    const IntMap map = MapOf({2, 1, 3});
-    IntMap::ParentFirstiterator it = map.getParentFirstiterator();
-    EXPECT_EQ(it.getNode(), &*it);
-    EXPECT_EQ(it->second, 20);
-    it++;
-    it++;
-    EXPECT_FALSE(it.atEnd());
-    it++;
-    EXPECT_TRUE(it.atEnd());
-    EXPECT_EQ(it.getNode(), nullptr);
-    it++;
-    EXPECT_TRUE(it.atEnd());
-    it.reset();
-    EXPECT_EQ(it->first, 2);
-}
-
-TEST(VaxoMapParentFirst, WithoutATreeItIsAtTheEnd) {
-    IntMap::ParentFirstiterator it;
-    EXPECT_TRUE(it.atEnd());
-    it++;
-    it.reset();
-    EXPECT_TRUE(it.atEnd());
-    EXPECT_TRUE(IntMap().getParentFirstiterator().atEnd());
-}
-
-TEST(VaxoMapParentFirst, AssignmentCopiesThePositionAndTheTree) {
-    const IntMap map = MapOf({2, 1, 3});
-    IntMap::ParentFirstiterator it = map.getParentFirstiterator();
-    it++;
-    IntMap::ParentFirstiterator copy;
-    copy = it;
-    it++;
-    EXPECT_EQ(copy->first, 1);
-    copy.reset();
-    EXPECT_EQ(copy->first, 2);
-}
-
 TEST(VaxoMapParentLast, TheSmallTreeIsWalkedParentLast) {
     const IntMap map = MapOf({2, 1, 3});
     EXPECT_EQ(KeysOf(map.getParentLastiterator()), (std::vector<int>{1, 3, 2}));
@@ -104,11 +66,34 @@ TEST(VaxoMapParentLast, ALineOfNodesIsWalkedFromItsBottom) {
     }
 }
 
-TEST(VaxoMapParentLast, AtTheEndItStaysUntilItIsReset) {
+namespace {
+
+// What the two walks share, as one suite over both.
+struct ParentFirst {
+    typedef IntMap::ParentFirstiterator Iterator;
+    static Iterator Of(const IntMap& map) { return map.getParentFirstiterator(); }
+    static std::vector<int> SmallTree() { return {2, 1, 3}; }
+};
+
+struct ParentLast {
+    typedef IntMap::ParentLastiterator Iterator;
+    static Iterator Of(const IntMap& map) { return map.getParentLastiterator(); }
+    static std::vector<int> SmallTree() { return {1, 3, 2}; }
+};
+
+template <class Walk>
+class VaxoMapParentWalk : public testing::Test {};
+
+typedef testing::Types<ParentFirst, ParentLast> Walks;
+TYPED_TEST_SUITE(VaxoMapParentWalk, Walks);
+
+}  // namespace
+
+TYPED_TEST(VaxoMapParentWalk, AtTheEndItStaysUntilItIsReset) {
     const IntMap map = MapOf({2, 1, 3});
-    IntMap::ParentLastiterator it = map.getParentLastiterator();
+    typename TypeParam::Iterator it = TypeParam::Of(map);
     EXPECT_EQ(it.getNode(), &*it);
-    EXPECT_EQ(it->second, 10);
+    EXPECT_EQ(it->second, TypeParam::SmallTree().front() * 10);
     it++;
     it++;
     EXPECT_FALSE(it.atEnd());
@@ -118,28 +103,28 @@ TEST(VaxoMapParentLast, AtTheEndItStaysUntilItIsReset) {
     it++;
     EXPECT_TRUE(it.atEnd());
     it.reset();
-    EXPECT_EQ(it->first, 1);
+    EXPECT_EQ(it->first, TypeParam::SmallTree().front());
 }
 
-TEST(VaxoMapParentLast, WithoutATreeItIsAtTheEnd) {
-    IntMap::ParentLastiterator it;
+TYPED_TEST(VaxoMapParentWalk, WithoutATreeItIsAtTheEnd) {
+    typename TypeParam::Iterator it;
     EXPECT_TRUE(it.atEnd());
     it++;
     it.reset();
     EXPECT_TRUE(it.atEnd());
-    EXPECT_TRUE(IntMap().getParentLastiterator().atEnd());
+    EXPECT_TRUE(TypeParam::Of(IntMap()).atEnd());
 }
 
-TEST(VaxoMapParentLast, AssignmentCopiesThePositionAndTheTree) {
+TYPED_TEST(VaxoMapParentWalk, AssignmentCopiesThePositionAndTheTree) {
     const IntMap map = MapOf({2, 1, 3});
-    IntMap::ParentLastiterator it = map.getParentLastiterator();
+    typename TypeParam::Iterator it = TypeParam::Of(map);
     it++;
-    IntMap::ParentLastiterator copy;
+    typename TypeParam::Iterator copy;
     copy = it;
     it++;
-    EXPECT_EQ(copy->first, 3);
+    EXPECT_EQ(copy->first, TypeParam::SmallTree()[1]);
     copy.reset();
-    EXPECT_EQ(copy->first, 1);
+    EXPECT_EQ(copy->first, TypeParam::SmallTree().front());
 }
 
 TEST(VaxoMapParentWalks, AdvancingWithThePostfixFormAnswersNothing) {

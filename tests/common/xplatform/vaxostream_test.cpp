@@ -16,19 +16,10 @@ namespace {
 
 using vaxo::stream;
 using vaxotest::bytes;
+using vaxotest::peek;
 
 stream made(const std::string& s) {
     return {s.data(), static_cast<uint32>(s.size())};
-}
-
-// Object bytes from `offset` on, as a T. The representation of an object may be
-// read as bytes, and a T may be copied from them.
-template <class T>
-T peek(const stream& s, std::size_t offset) {
-    T value;
-    const void* object = &s;
-    std::memcpy(&value, static_cast<const unsigned char*>(object) + offset, sizeof(value));
-    return value;
 }
 
 TEST(VaxoStream, TheObjectIsATablePointerThenRoomThenLengthThenBuffer) {

@@ -15,20 +15,11 @@
 namespace {
 
 using vaxo::strutf8;
+using vaxotest::peek;
 using vaxotest::text;
 
 strutf8 made(const std::string& s) {
     return {s.data(), static_cast<uint32>(s.size())};
-}
-
-// Object bytes from `offset` on, as a T. The representation of an object may be
-// read as bytes, and a T may be copied from them.
-template <class T>
-T peek(const strutf8& s, std::size_t offset) {
-    T value;
-    const void* object = &s;
-    std::memcpy(&value, static_cast<const unsigned char*>(object) + offset, sizeof(value));
-    return value;
 }
 
 TEST(VaxoStrutf8, TheObjectIsATablePointerThenRoomThenLengthThenBuffer) {
