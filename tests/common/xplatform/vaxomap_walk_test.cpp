@@ -1,6 +1,7 @@
 // vaxostl::map: the parent-first and the parent-last iterator.
 
 #include <cstddef>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -73,19 +74,29 @@ struct ParentFirst {
     typedef IntMap::ParentFirstiterator Iterator;
     static Iterator Of(const IntMap& map) { return map.getParentFirstiterator(); }
     static std::vector<int> SmallTree() { return {2, 1, 3}; }
+    static const char* Name() { return "ParentFirst"; }
 };
 
 struct ParentLast {
     typedef IntMap::ParentLastiterator Iterator;
     static Iterator Of(const IntMap& map) { return map.getParentLastiterator(); }
     static std::vector<int> SmallTree() { return {1, 3, 2}; }
+    static const char* Name() { return "ParentLast"; }
 };
 
 template <class Walk>
 class VaxoMapParentWalk : public testing::Test {};
 
 typedef testing::Types<ParentFirst, ParentLast> Walks;
-TYPED_TEST_SUITE(VaxoMapParentWalk, Walks);
+
+// The walk's name in the name of each case.
+struct WalkName {
+    template <class Walk>
+    static std::string GetName(int /*index*/) {
+        return Walk::Name();
+    }
+};
+TYPED_TEST_SUITE(VaxoMapParentWalk, Walks, WalkName);
 
 }  // namespace
 

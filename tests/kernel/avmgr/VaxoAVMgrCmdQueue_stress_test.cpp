@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -224,11 +225,11 @@ TEST(CmdQueueStress, EveryAcceptedCommandThatWasNotRemovedRunsOnceInOrderNeverTw
     const std::vector<uint64>& gone = observer.ids;
     std::vector<bool> removed(s_producers * s_cmdsPerProducer, false);
     for (const uint64 id : gone) {
-        EXPECT_FALSE(removed[id]) << "removed twice: " << id;
-        removed[id] = true;
+        EXPECT_FALSE(removed[static_cast<std::size_t>(id)]) << "removed twice: " << id;
+        removed[static_cast<std::size_t>(id)] = true;
     }
     for (const uint64 id : accepted.ids) {
-        if (!removed[id]) {
+        if (!removed[static_cast<std::size_t>(id)]) {
             expected.push_back(id);
         }
     }

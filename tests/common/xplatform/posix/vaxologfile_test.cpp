@@ -283,12 +283,12 @@ TEST_F(VaxoLogFile, OpeningTheSameFileAfterLinesThatRotateItGoesOnInTheNewFile) 
 TEST_F(VaxoLogFile, AThreadThatCannotBeHadRefusesTheFileAndTheFormerGoesOn) {
     const std::string path = Opened();
     syslog(esyslog_error, "T", 1, "0 0");
-    // No thread starts while each is to have half of the address space as stack.
+    // No thread starts while each is to have most of the address space as its stack.
     pthread_attr_t former;
     ASSERT_EQ(::pthread_getattr_default_np(&former), 0);
     pthread_attr_t huge;
     ASSERT_EQ(::pthread_attr_init(&huge), 0);
-    ASSERT_EQ(::pthread_attr_setstacksize(&huge, SIZE_MAX / 2 / kMebibyte * kMebibyte), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&huge, SIZE_MAX / 8 * 7 / kMebibyte * kMebibyte), 0);
     ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
     EXPECT_EQ(vaxolog_open(Path("other.log").c_str()), -1);
     EXPECT_STREQ(VAXO::g_strLogFileName__.c_str(), path.c_str());

@@ -174,7 +174,7 @@ public:
         pthread_attr_t huge;
         EXPECT_EQ(0, pthread_attr_init(&huge));
         EXPECT_EQ(0, pthread_attr_setstacksize(
-                         &huge, std::numeric_limits<std::size_t>::max() / 2 / page * page));
+                         &huge, std::numeric_limits<std::size_t>::max() / 8 * 7 / page * page));
         EXPECT_EQ(0, pthread_setattr_default_np(&huge));
         EXPECT_EQ(0, pthread_attr_destroy(&huge));
     }
