@@ -21,6 +21,7 @@
 #include "spdlog/details/thread_pool.h"
 #include "spdlog/pattern_formatter.h"
 #include "spdlog/sinks/rotating_file_sink.h"
+#include "vaxothread.h"
 
 namespace {
 
@@ -176,11 +177,8 @@ struct CVAXOLogFile::File {
 // The logger is not registered with spdlog, whose registry dies at exit.
 void CVAXOLogFile::File::StartQueue() {
     const SignalsBlocked blocked;
-    auto pNewQueue = std::make_shared<thread_pool>(kQueuedLines, 1, [] {
-#if defined(__linux__)
-        pthread_setname_np(pthread_self(), "vaxolog");
-#endif
-    });
+    auto pNewQueue =
+        std::make_shared<thread_pool>(kQueuedLines, 1, [] { vaxothread_set_name("vaxolog"); });
     pLogger = std::make_shared<spdlog::async_logger>("", pSink, pNewQueue,
                                                      spdlog::async_overflow_policy::block);
     pLogger->set_error_handler([](const std::string&) {});  // the default prints
