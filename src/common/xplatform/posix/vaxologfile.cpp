@@ -1,10 +1,7 @@
 #include "vaxologfile.h"
 
-#include <pthread.h>
-
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <new>
@@ -21,6 +18,7 @@
 #include "spdlog/details/thread_pool.h"
 #include "spdlog/pattern_formatter.h"
 #include "spdlog/sinks/rotating_file_sink.h"
+#include "vaxosignals.h"
 #include "vaxothread.h"
 
 namespace {
@@ -124,23 +122,6 @@ private:
     std::unique_ptr<RotatingFile> m_pFile;
 };
 
-// Blocks all signals on this thread while it lives. A thread started meanwhile
-// inherits that for good: the application's handlers run on its own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_former);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t m_former{};
-};
-
 // Whether `path` can be appended to. The rotating file would find out as well,
 // but it tries for 50 milliseconds.
 bool CanAppend(const std::string& path) {
@@ -176,7 +157,7 @@ struct CVAXOLogFile::File {
 
 // The logger is not registered with spdlog, whose registry dies at exit.
 void CVAXOLogFile::File::StartQueue() {
-    const SignalsBlocked blocked;
+    const CVAXOSignalsBlocked blocked;
     auto pNewQueue =
         std::make_shared<thread_pool>(kQueuedLines, 1, [] { vaxothread_set_name("vaxolog"); });
     pLogger = std::make_shared<spdlog::async_logger>("", pSink, pNewQueue,

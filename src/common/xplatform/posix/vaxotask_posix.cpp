@@ -2,13 +2,13 @@
 
 #include <pthread.h>
 
-#include <csignal>
 #include <string>
 #include <utility>
 
 #include "vaxocallqueue.h"
 #include "vaxoevent.h"
 #include "vaxolock.h"
+#include "vaxosignals.h"
 #include "vaxothread_native.h"
 
 // What the worker object and its thread share. The thread keeps it alive after
@@ -67,24 +67,18 @@ void* CVAXOTaskBase::Impl::ThreadMain(void* argument) noexcept {
     return nullptr;
 }
 
-// A new thread inherits the signal mask of its creator, so the creator blocks
-// the signals for as long as it takes.
 bool CVAXOTaskBase::Impl::CreateThread(Birth& birth) {
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) {
         return false;
     }
-    sigset_t mask;
-    sigset_t former;
-    (void)sigfillset(&mask);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
-        (void)sigdelset(&mask, fault);
-    }
     (void)pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    (void)pthread_sigmask(SIG_SETMASK, &mask, &former);
-    pthread_t thread;
-    const int status = pthread_create(&thread, &attributes, &ThreadMain, &birth);
-    (void)pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    int status = 0;
+    {
+        const CVAXOSignalsBlocked blocked;
+        pthread_t thread;
+        status = pthread_create(&thread, &attributes, &ThreadMain, &birth);
+    }
     (void)pthread_attr_destroy(&attributes);
     return status == 0;
 }

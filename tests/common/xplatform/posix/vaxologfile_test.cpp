@@ -420,6 +420,9 @@ TEST_F(VaxoLogFile, TheFilesThreadHasANameAndBlocksSignals) {
     for (const int signal : {SIGTERM, SIGINT, SIGCHLD, SIGUSR1, SIGALRM}) {
         EXPECT_NE(mask & (1ULL << (signal - 1)), 0U) << signal;
     }
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
+        EXPECT_EQ(mask & (1ULL << (fault - 1)), 0U) << "for the crash reporter: " << fault;
+    }
 }
 
 TEST_F(VaxoLogFile, AProgramThatIsStartedDoesNotInheritTheFile) {
