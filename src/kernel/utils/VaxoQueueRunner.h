@@ -46,7 +46,8 @@ public:
 
     // A runner of one's own starts its default worker at once. Destroying it
     // retires its workers without waiting: the job that runs now is finished, the
-    // others are dropped. It may be destroyed from one of its own jobs.
+    // others are dropped. One of its own jobs may destroy it, even before the
+    // AsyncRun that queued the job has returned; no other call may be under way.
     CVaxoQueueRunner();
     ~CVaxoQueueRunner();
     CVaxoQueueRunner(const CVaxoQueueRunner&) = delete;

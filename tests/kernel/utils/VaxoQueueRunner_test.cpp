@@ -260,16 +260,18 @@ TEST(VaxoQueueRunner, AJobNotBegunWhenTheRunnerGoesDoesNotRunAndIsFreed) {
     EXPECT_FALSE(ran.load());
 }
 
-TEST(VaxoQueueRunner, ARunnerMayBeDestroyedFromOneOfItsOwnJobs) {
-    Gate done;
-    auto* runner = new CVaxoQueueRunner;
-    runner->AsyncRun(
-        [runner, &done] {
-            delete runner;
-            done.Open();
-        },
-        0);
-    done.Wait();
+TEST(VaxoQueueRunner, ARunnerMayBeDestroyedByAJobWhileTheCallThatQueuedItIsOnItsWayOut) {
+    for (int round = 0; round < 500; ++round) {
+        Gate done;
+        auto* runner = new CVaxoQueueRunner;
+        runner->AsyncRun(
+            [runner, &done] {
+                delete runner;
+                done.Open();
+            },
+            round % 2);
+        done.Wait();
+    }
 }
 
 TEST(VaxoQueueRunner, RunnersComeAndGoWithoutLeavingThreadsInEachOthersWay) {

@@ -34,8 +34,10 @@
 //   use an event.
 // - A call must not throw; if it does, the process ends.
 // - Whoever pushes holds a reference to the worker, or knows of one that stays
-//   throughout the push. A queued call that holds one itself keeps the worker
-//   until the call has run.
+//   until the call is queued. From there on the push touches nothing of the
+//   worker: the call may be what drops the last reference, even before PushTask
+//   has returned. A queued call that holds one itself keeps the worker until the
+//   call has run.
 // - A worker has no thread in a child process made by fork().
 #ifndef VAXO_VAXOTASK_H
 #define VAXO_VAXOTASK_H

@@ -119,10 +119,10 @@ uint32 CVAXOTaskBase::PushTask(CVAXOTaskBase* task, const CScopeCall& call) {
     }
     Impl& impl = *task->m_pImpl;
     const uint32 number = impl.NextNumber();
-    impl.queue.Push(call);
     if (impl.state.load(std::memory_order_acquire) == Impl::state_failed) {
         task->Start();
     }
+    impl.queue.Push(call);  // the last use of the worker: the call may release it
     return number;
 }
 
