@@ -33,3 +33,14 @@ function(vaxo_target target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
 endfunction()
+
+# vaxo_stays_mapped(NAME): a shared library or module that this target goes into is
+# never unmapped, because threads that run its code never stop. (The Apple linker has no
+# such option; there a library with thread-local variables stays mapped.)
+function(vaxo_stays_mapped target)
+  if(NOT APPLE)
+    set(type $<TARGET_PROPERTY:TYPE>)
+    set(shared $<OR:$<STREQUAL:${type},SHARED_LIBRARY>,$<STREQUAL:${type},MODULE_LIBRARY>>)
+    target_link_options(${target} INTERFACE $<${shared}:LINKER:-z,nodelete>)
+  endif()
+endfunction()

@@ -19,6 +19,7 @@
 #define VAXO_VAXOSLOT_H
 
 #include <memory>
+#include <mutex>
 #include <utility>
 
 namespace vaxo {
@@ -47,6 +48,28 @@ std::shared_ptr<T> slot_load_or_make(std::shared_ptr<T>& slot, Make make) {
         }
     }
     return current;
+}
+
+// The standard library has no atomic functions for weak_ptr. These two do what its
+// functions for shared_ptr do: a lock of their own for the length of a pointer copy,
+// shared by all slots, never destroyed, so that it is there at process exit.
+inline std::mutex& weak_slot_lock() {
+    static auto& s_lock = *new std::mutex();
+    return s_lock;
+}
+
+template <class T>
+std::weak_ptr<T> slot_load(const std::weak_ptr<T>& slot) {
+    const std::lock_guard<std::mutex> lock(weak_slot_lock());
+    return slot;
+}
+
+// Puts `value` in and returns what was there.
+template <class T>
+std::weak_ptr<T> slot_exchange(std::weak_ptr<T>& slot, std::weak_ptr<T> value) {
+    const std::lock_guard<std::mutex> lock(weak_slot_lock());
+    slot.swap(value);
+    return value;
 }
 
 }  // namespace vaxo
