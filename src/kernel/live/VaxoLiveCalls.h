@@ -4,10 +4,8 @@
 
 #include "vaxotypes.h"
 
-namespace Strova {
-
 // The rows become constants and table entries: see VaxoLiveCalls.inc for why by macro.
-namespace livecall {
+namespace Strova::livecall {
 
 // livecall::SetView is 102, and so on.
 #define VAXO_LIVE_CALL(number, operation) constexpr uint64 operation = number;
@@ -29,8 +27,6 @@ constexpr Row Rows[] = {
 #include "live/VaxoLiveCalls.inc"
 };
 
-}  // namespace livecall
-
-}  // namespace Strova
+}  // namespace Strova::livecall
 
 #endif

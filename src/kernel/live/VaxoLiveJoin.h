@@ -47,32 +47,18 @@ constexpr VaxoLiveJoinCell Other = {CmdJoin_CoExist, CmdJoin_InvalidateFormer}; 
 
 // One row a type, in the order of the types. The last row is what every command without
 // a rule of its own does (see VaxoAVMgrCmd.h); it is here for the readers of the table.
-// clang-format off: the rows stand under their columns
+// The rows stand under their columns:
+// clang-format off
 constexpr VaxoLiveJoinRule Rules[VaxoLiveJoinTypes] = {
     //                           GetIn  Leave  Play   Stop   Start  Stop   Sync
     //                           Room   Room   Stream Stream Publ.  Publ.  Cmd
-    {GetInRoom,
-     "liveChn",
-     {Drop, Stay, Stay, Stay, Other, Stay, Stay},
-     "GetStreamList, encounter %s"},
-    {LeaveRoom, nullptr, {Drop, Drop, Drop, Stay, Drop, Stay, Stay}, "Logout, encounter %s"},
-    {PlayStream,
-     "streamID",
-     {Stay, Stay, Same, Same, Stay, Stay, Stay},
-     "PlayStream, encounter %s"},
-    {StopStream,
-     "streamID",
-     {Stay, Stay, Same, Same, Stay, Stay, Stay},
-     "StopPlayStream, encounter %s"},
-    {StartPublish,
-     "liveChn",
-     {Other, Stay, Stay, Stay, Drop, Stay, Stay},
-     "StartPublishing, encounter %s"},
-    {StopPublish,
-     nullptr,
-     {Stay, Stay, Stay, Stay, Stay, Stay, Stay},
-     "StopPublishing, encounter %s"},
-    {SyncCmd, nullptr, {Stay, Stay, Stay, Stay, Stay, Stay, Stay}, nullptr},
+    {GetInRoom,    "liveChn",  { Drop,  Stay,  Stay,  Stay,  Other, Stay,  Stay }, "GetStreamList, encounter %s"},
+    {LeaveRoom,    nullptr,    { Drop,  Drop,  Drop,  Stay,  Drop,  Stay,  Stay }, "Logout, encounter %s"},
+    {PlayStream,   "streamID", { Stay,  Stay,  Same,  Same,  Stay,  Stay,  Stay }, "PlayStream, encounter %s"},
+    {StopStream,   "streamID", { Stay,  Stay,  Same,  Same,  Stay,  Stay,  Stay }, "StopPlayStream, encounter %s"},
+    {StartPublish, "liveChn",  { Other, Stay,  Stay,  Stay,  Drop,  Stay,  Stay }, "StartPublishing, encounter %s"},
+    {StopPublish,  nullptr,    { Stay,  Stay,  Stay,  Stay,  Stay,  Stay,  Stay }, "StopPublishing, encounter %s"},
+    {SyncCmd,      nullptr,    { Stay,  Stay,  Stay,  Stay,  Stay,  Stay,  Stay }, nullptr},
 };
 // clang-format on
 
