@@ -1,6 +1,7 @@
 // The live interface: what an application calls (IVaxoLive) and what it hears back
 // (IVaxoLiveCallback). This page is the manual of both.
 //
+//     vaxolog_open(path);                // vaxolog.h; before all else, if wanted
 //     auto live = Strova::CVaxoLiveProxy::GetInstance();   // live/VaxoLiveProxy.h
 //     live->SetCallback(app);            // held weakly: keep `app` alive yourself
 //     live->Init(appID, sign);
