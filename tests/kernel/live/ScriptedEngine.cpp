@@ -24,10 +24,11 @@ Callback& TheCallback() {
     return s_callback;
 }
 
-std::string Bytes(vaxo::stream sign) {
-    std::string all;
+vaxo::strutf8 Bytes(const vaxo::stream& sign) {
+    vaxo::strutf8 all;
     for (uint32 i = 0; i < sign.size(); ++i) {
-        all += static_cast<char>(sign.at(i));
+        const char byte = static_cast<char>(sign.at(i));
+        all.append(&byte, 1);
     }
     return all;
 }
@@ -220,7 +221,7 @@ int CVaxoLiveShow::EnableAux(bool bEnable) {
 }
 
 int CVaxoLiveShow::Init(unsigned int dwAppID, vaxo::stream sign) {
-    return Call("Init", dwAppID, vaxo::strutf8(livetest::Bytes(sign).c_str()));
+    return Call("Init", dwAppID, livetest::Bytes(sign));
 }
 int CVaxoLiveShow::Uninit() {
     return Call("Uninit");
@@ -283,7 +284,8 @@ CVaxoAVConnHttp::~CVaxoAVConnHttp() {
 }
 
 int CVaxoAVConnHttp::Init(unsigned int dwAppID, vaxo::stream sign) {
-    livetest::Note("http: Init(" + std::to_string(dwAppID) + ", " + livetest::Bytes(sign) + ")");
+    livetest::Note("http: Init(" + std::to_string(dwAppID) + ", " +
+                   livetest::Text(livetest::Bytes(sign)) + ")");
     return livetest::Play("http Init");
 }
 
