@@ -156,6 +156,10 @@ const std::vector<LiveEvent>& EveryEvent() {
 void AnswerWhatExecutes() {
     const auto cmd = CVaxoAVMgrCmdQueue::GetSharedInstance()->GetExecutingCmd();
     const auto callback = EngineCallback();
+    if (!cmd || !callback) {
+        ADD_FAILURE() << "nothing to answer, or nobody to tell";
+        return;
+    }
     switch (cmd->GetCmdType()) {
         case GetInRoom:
             callback->OnGetStreamList(0);

@@ -249,7 +249,7 @@ TEST_F(LiveInputText, ASigningKeyOfAnyBytesIsNowhereInTheLog) {
     proxy->UploadLog();
     Settle();
     const Texts lines = Take();
-    EXPECT_EQ(OnlyOf(lines, "engine: Init("), Texts{"engine: Init(7, kkkkk)"});
+    ExpectSame(OnlyOf(lines, "engine: Init("), {"engine: Init(7, " + key + ")"});
     ExpectSame(OnlyOf(lines, "http: Init("), {"http: Init(0, " + key + ")"});
     const Texts logged = OnlyOf(lines, "log ");
     EXPECT_FALSE(logged.empty());
