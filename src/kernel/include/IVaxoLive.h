@@ -40,6 +40,8 @@
 // - The callback object is held strongly for the length of one delivery only. An
 //   event that is under way when the application lets go, or sets another callback,
 //   still arrives; then the object may be destroyed on the events' thread.
+// - Whoever sets another callback before letting go of the former one loses no event:
+//   each comes to one of the two.
 // - Arguments are there for the length of the call. A callback must not throw.
 //
 // For whoever writes an engine: it implements IVaxoLive and reports to the

@@ -75,7 +75,7 @@ int CVaxoLiveProxy::SetCallback(std::weak_ptr<IVaxoLiveCallback> callback) {
 }
 
 std::shared_ptr<IVaxoLiveCallback> CVaxoLiveProxy::GetAppCallback() const {
-    return vaxo::slot_load(m_pCB).lock();
+    return vaxo::slot_lock(m_pCB);
 }
 
 VaxoAVMgrCmdJoinResult CVaxoLiveProxy::AddCmd(std::shared_ptr<VaxoAVMgrCmd> cmd) {

@@ -15,6 +15,7 @@
 using vaxo::slot_exchange;
 using vaxo::slot_load;
 using vaxo::slot_load_or_make;
+using vaxo::slot_lock;
 
 namespace {
 
@@ -217,16 +218,17 @@ TEST(VaxoSlotShared, ThreadsSeeWholeValuesAndNoneIsLost) {
     EXPECT_EQ(alive.Get(), 1);
 }
 
-TEST(VaxoSlotWeak, ALoadRefersToWhatIsThereAndOwnsNothing) {
+TEST(VaxoSlotWeak, ALockHoldsWhatIsThereWhileTheSlotOwnsNothing) {
     const Weak empty;
-    EXPECT_FALSE(slot_load(empty).lock());
+    EXPECT_FALSE(slot_lock(empty));
     Strong object = std::make_shared<int>(1);
     const Weak slot = object;
-    const Weak loaded = slot_load(slot);
-    EXPECT_EQ(loaded.lock(), object);
-    EXPECT_EQ(object.use_count(), 1);
+    Strong locked = slot_lock(slot);
+    EXPECT_EQ(locked, object);
+    EXPECT_EQ(object.use_count(), 2);
+    locked.reset();
     object.reset();
-    EXPECT_TRUE(slot_load(slot).expired());
+    EXPECT_FALSE(slot_lock(slot));
 }
 
 TEST(VaxoSlotWeak, AnExchangeAnswersTheFormerValue) {
@@ -258,7 +260,7 @@ TEST(VaxoSlotWeak, WhatTheFormerValueLeftIsFreedOutsideTheStep) {
     Weak slot;
     int seen = 0;
     const std::function<void()> onFree = [&] {
-        seen = *slot_load(slot).lock();
+        seen = *slot_lock(slot);
         slot_exchange(slot, Weak(third));
     };
     slot_exchange(slot, Weak(std::allocate_shared<int>(TellingAllocator<int>(onFree), 1)));
@@ -282,7 +284,7 @@ TEST(VaxoSlotWeak, ThreadsSeeWholeValuesAndNoneIsLost) {
             if (!SameOwner(former, std::weak_ptr<Pair>())) {
                 handedOut.Add(1);
             }
-            if (const std::shared_ptr<Pair> seen = slot_load(slot).lock()) {
+            if (const std::shared_ptr<Pair> seen = slot_lock(slot)) {
                 EXPECT_EQ(seen->first, -seen->second);
             }
         }
@@ -290,4 +292,21 @@ TEST(VaxoSlotWeak, ThreadsSeeWholeValuesAndNoneIsLost) {
     EXPECT_EQ(handedOut.Get(), 4 * rounds - 1);  // each but the last came out once
     EXPECT_EQ(alive.Get(), 0);
     EXPECT_TRUE(slot.expired());
+}
+
+// The look and the lock are one step: between them the object could be replaced and go.
+TEST(VaxoSlotWeak, WhoeverReplacesBeforeLettingGoLeavesNoMomentWithoutAnObject) {
+    Strong current = std::make_shared<int>(0);
+    Weak slot = current;
+    OnThreads(4, [&](int number) {
+        for (int round = 0; round < 100000; ++round) {
+            if (number == 0) {
+                Strong next = std::make_shared<int>(round);
+                slot_exchange(slot, Weak(next));
+                current = std::move(next);  // the former goes only now
+            } else {
+                ASSERT_TRUE(slot_lock(slot)) << "in round " << round;
+            }
+        }
+    });
 }

@@ -62,18 +62,20 @@ void HostileEngine::Sink(void* context, int32 level, const char* tag, int32 /*li
 }
 
 void HostileEngine::HoldBack(const std::string& text) {
-    if (vaxothread_selfid() == m_worker0) {
-        return;
+    if (vaxothread_selfid() != m_worker0 && IsHeld(text)) {
+        m_letGo.get_future().wait();
     }
-    {
-        const std::lock_guard<std::mutex> lock(m_holdMutex);
-        if (m_holdAt.empty() || text != m_holdAt) {
-            return;
-        }
-        m_holdAt.clear();
+}
+
+// Whether this is the line at which a thread is to be held back: once.
+bool HostileEngine::IsHeld(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(m_holdMutex);
+    if (m_holdAt.empty() || text != m_holdAt) {
+        return false;
     }
+    m_holdAt.clear();
     m_held.set_value();
-    m_letGo.get_future().wait();
+    return true;
 }
 
 void HostileEngine::Run(unsigned kind) {
@@ -260,16 +262,18 @@ void HostileEngine::PlayFirstCall() {
         return;
     }
     const Moment moment = fires.front().moment;
+    const std::string report = "SetCmdExecuteCmdDone, cmd type: " + m_cast.first.description;
     if (moment == HeldBack) {
         const std::lock_guard<std::mutex> lock(m_holdMutex);
-        m_holdAt = "SetCmdExecuteCmdDone, cmd type: " + m_cast.first.description;
+        m_holdAt = report;
     }
-    m_thread = std::thread([this, moment] {
+    m_thread = std::thread([this, moment, report] {
         for (const Fire& fire : m_row.fires) {
             if (fire.moment == moment) {
                 Report(m_cast, fire);
             }
         }
+        IsHeld(report);  // it never came to that: the call need not wait
     });
     if (moment == HeldBack) {
         m_held.get_future().wait();

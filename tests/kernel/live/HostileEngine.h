@@ -146,6 +146,7 @@ private:
 
     static void Sink(void* context, int32 level, const char* tag, int32 line, const char* text);
     void HoldBack(const std::string& text);
+    bool IsHeld(const std::string& text);
 
     HostileRow m_row{};
     HostileCast m_cast;

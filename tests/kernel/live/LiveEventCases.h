@@ -221,6 +221,9 @@ inline Texts NotForThis(const EventCase& event, int executing) {
 class LiveEventFixture : public LiveProxyFixture {
 protected:
     LiveEventFixture() { StartEngine(); }
+    ~LiveEventFixture() override {
+        Settle();
+    }  // the script is reset next: nobody may be reading it
 
     // Holds the queue by a command with the text "s1"; type 0 leaves it free.
     void Execute(int type) {

@@ -76,10 +76,6 @@ TEST_P(LiveOperationFailure, AfterAnUninitThereIsNoEngineEither) {
     EXPECT_EQ(Executing(), "");
 }
 
-TEST_P(LiveOperationFailure, TheCallItselfAnswersZero) {
-    EXPECT_EQ(GetParam().call(*proxy), 0);
-}
-
 TEST_P(LiveOperationFailure, TheNextCommandRunsAtOnce) {
     const Operation& operation = GetParam();
     HoldQueue(PlayStream, "held");

@@ -28,7 +28,7 @@ class LiveUpload : public livetest::LiveProxyFixture {
 protected:
     LiveUpload() : m_former(VAXO::g_strLogFileName__) { VAXO::g_strLogFileName__ = "logs/app.log"; }
     ~LiveUpload() override {
-        Settle();  // nobody reads the name any more
+        Settle();  // nobody may be reading the name, or the script that is reset next
         VAXO::g_strLogFileName__ = m_former;
     }
 

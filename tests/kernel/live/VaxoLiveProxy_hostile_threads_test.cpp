@@ -122,7 +122,9 @@ TEST_F(HostileThreads, FourThreadsLoseNothingThoughTheNextCommandIsOfTheSameType
             lines.insert(lines.end(), rest.begin(), rest.end());
             EXPECT_EQ(Count(lines, cast.next.call), 1);
             EXPECT_EQ(Count(lines, cast.marker.call), 1);
-            EXPECT_EQ(OnlyOf(lines, "engine: ").back(), cast.marker.call);
+            const Texts calls = OnlyOf(lines, "engine: ");
+            ASSERT_FALSE(calls.empty());
+            EXPECT_EQ(calls.back(), cast.marker.call);
         }
     }
 }

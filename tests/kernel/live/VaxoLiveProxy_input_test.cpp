@@ -83,8 +83,9 @@ protected:
         EXPECT_EQ(OnlyOf(lines, "app: "), Split(operation.heard, "app: "));
         EXPECT_EQ(OnlyOf(lines, "engine: "), Texts());
         if (!command.empty()) {
-            EXPECT_EQ(OnlyOf(lines, "log 3 CmdQueue: > ").back(),
-                      "log 3 CmdQueue: > no cmd enqueued.");
+            const Texts passes = OnlyOf(lines, "log 3 CmdQueue: > ");
+            ASSERT_FALSE(passes.empty());
+            EXPECT_EQ(passes.back(), "log 3 CmdQueue: > no cmd enqueued.");
         }
     }
 };

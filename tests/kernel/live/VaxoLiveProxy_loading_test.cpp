@@ -7,7 +7,6 @@
 
 #include <condition_variable>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <mutex>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "kernel/live/LoadedProxy.h"
+#include "kernel/live/OwnProcess.h"
 
 namespace {
 
@@ -111,6 +111,15 @@ std::ptrdiff_t Threads() {
     return std::distance(begin(tasks), end(tasks));
 }
 
+// The scenario: main returns while worker 0 is in a module that nobody has open.
+int EndInTheModule() {
+    void* const opened = Load();
+    const Module module(opened);
+    module.play(&s_host);
+    TheRoad().AwaitInside("engine");
+    return ::dlclose(opened);
+}
+
 }  // namespace
 
 TEST(LiveProxyLoading, TheModuleAsksToStayMapped) {
@@ -177,19 +186,8 @@ TEST(LiveProxyLoading, ItMayBeUnloadedWhileAnEventIsInItsCallback) {
     ::dlclose(opened);
 }
 
-// In a process of its own, which starts as this one did.
 TEST(LiveProxyLoading, TheProcessMayEndWhileAWorkerIsInTheUnloadedModule) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    EXPECT_EXIT(
-        {
-            void* const opened = Load();
-            const Module module(opened);
-            module.play(&s_host);
-            TheRoad().AwaitInside("engine");
-            ::dlclose(opened);
-            std::exit(module.getters == nullptr ? 1 : 0);  // NOLINT(concurrency-mt-unsafe)
-        },
-        testing::ExitedWithCode(0), testing::Eq(std::string()));
+    livetest::ExpectCleanEnd(livetest::RunScenario("InTheModule"), "");
 }
 
 TEST(LiveProxyLoading, FourThreadsLoadAndUnloadItAndGetTheOneProxy) {
@@ -213,4 +211,12 @@ TEST(LiveProxyLoading, FourThreadsLoadAndUnloadItAndGetTheOneProxy) {
     EXPECT_NE(addresses[0], nullptr);
     EXPECT_EQ(std::set<const void*>(addresses.begin(), addresses.end()).size(), 1U);
     EXPECT_TRUE(IsMapped());
+}
+
+int main(int argc, char** argv) {
+    if (livetest::IsScenario(argc, argv)) {
+        return EndInTheModule();
+    }
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
 }

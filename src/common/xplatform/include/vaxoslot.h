@@ -58,10 +58,13 @@ inline std::mutex& weak_slot_lock() {
     return s_lock;
 }
 
+// A strong reference to the object that the slot refers to at this moment, empty if there
+// is none. In one step with the look: whoever puts another object in and then lets go of
+// the former one leaves no moment in which this finds neither.
 template <class T>
-std::weak_ptr<T> slot_load(const std::weak_ptr<T>& slot) {
+std::shared_ptr<T> slot_lock(const std::weak_ptr<T>& slot) {
     const std::lock_guard<std::mutex> lock(weak_slot_lock());
-    return slot;
+    return slot.lock();
 }
 
 // Puts `value` in and returns what was there.

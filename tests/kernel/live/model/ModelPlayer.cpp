@@ -81,9 +81,9 @@ void ModelPlayer::Tell(App& app, const std::string& event, const Args& args) {
 }
 
 void ModelPlayer::Met(int rule, int laterType, bool sameText) {
-    if (m_meetings != nullptr) {
-        ++(*m_meetings)[std::to_string(rule) + " meets " + std::to_string(laterType) +
-                        (sameText ? " same" : " different")];
+    if (m_meetings != nullptr && laterType >= GetInRoom && laterType <= SyncCmd) {
+        m_meetings->insert(std::to_string(rule) + " meets " + std::to_string(laterType) +
+                           (sameText ? " same" : " different"));
     }
 }
 

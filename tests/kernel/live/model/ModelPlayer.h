@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -17,9 +18,10 @@ namespace livemodel {
 
 class ModelPlayer final : public Player, private Surroundings {
 public:
-    // How often a waiting command of each rule met a new one of each type, whose text was
-    // different (0) or the same (1) as what the rule compares with.
-    typedef std::map<std::string, long> Meetings;
+    // Which cells of the join table were met: "3 meets 4 same" is a waiting command with the
+    // rule of type 3 and a new one of type 4, whose text is the one that the rule compares
+    // with. Types that have no column do not count.
+    typedef std::set<std::string> Meetings;
 
     explicit ModelPlayer(const Flaws& flaws = Flaws(), Meetings* meetings = nullptr)
         : m_model(*this, flaws), m_meetings(meetings) {}

@@ -33,6 +33,10 @@ struct Step {
     Args args;
 };
 
+inline bool operator==(const Step& a, const Step& b) {
+    return a.place == b.place && a.beside == b.beside && a.op == b.op && a.args == b.args;
+}
+
 typedef std::vector<Step> Program;
 
 enum class Kind {

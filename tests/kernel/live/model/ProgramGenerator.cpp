@@ -118,8 +118,8 @@ private:
     const std::string& Pick(char letter) { return Pick(Pools().at(letter)); }
 
     void AddStep() {
-        if (Below(200) == 0) {
-            return AddLogoutThatLosesItsEngine();
+        if (Below(100) == 0) {
+            return Below(2) == 0 ? AddLogoutThatLosesItsEngine() : AddCompletionsSideBySide();
         }
         const Step step = Weighted();
         if (step.op == "run" || Below(100) >= m_weights.keptPercent) {
@@ -147,8 +147,8 @@ private:
         }
     }
 
-    // What takes many steps in the right order, and would come by chance too seldom: an
-    // Uninit that runs while a Logout has asked for the streams.
+    // What takes many steps in the right order comes by chance too seldom. An Uninit that
+    // runs while a Logout has asked for the streams:
     void AddLogoutThatLosesItsEngine() {
         m_program.push_back(Of("answer"));
         m_program.push_back(Of("Uninit"));
@@ -156,6 +156,19 @@ private:
         getter.place = "GetStreams";
         m_program.push_back(getter);
         m_program.push_back(Of("Logout"));
+    }
+
+    // An engine that completes a command inside its own call, and on another thread at the
+    // same time.
+    void AddCompletionsSideBySide() {
+        const std::string call = Pick('J');
+        for (const char* op : {"answer", "SetCmdExecuteCmdDone"}) {
+            Step step = Of(op);
+            step.place = call;
+            step.beside = op[0] == 'S';
+            m_program.push_back(step);
+        }
+        m_program.push_back(Of(call));
     }
 
     Step Weighted() {
