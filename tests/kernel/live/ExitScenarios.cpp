@@ -3,9 +3,14 @@
 #include <unistd.h>
 
 #include <array>
+#include <condition_variable>
+#include <cstddef>
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <memory>
+#include <mutex>
+#include <string>
 #include <thread>
 
 #include "kernel/live/ExitWorld.h"

@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <functional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "IVaxoLive.h"
@@ -105,59 +105,37 @@ inline std::vector<EventCase> AnsweringEvents() {
 }
 
 // The events that only tell.
+inline EventCase Telling(const char* method, std::function<void(Strova::IVaxoLiveCallback&)> fire,
+                         const char* delivered, bool direct) {
+    return {method, method, std::move(fire), {}, {delivered}, direct, false};
+}
+
 inline std::vector<EventCase> TellingEvents() {
     typedef Strova::IVaxoLiveCallback Callback;
     static int s_image = 0;
     return {
-        {"OnVideoSizeChanged",
-         "OnVideoSizeChanged",
-         [](Callback& cb) { cb.OnVideoSizeChanged("s1", -1, 1080); },
-         {},
-         {"app: OnVideoSizeChanged(s1, -1, 1080)"},
-         false,
-         false},
-        {"OnPreviewSnapshot",
-         "OnPreviewSnapshot",
-         [](Callback& cb) { cb.OnPreviewSnapshot(&s_image); },
-         {},
-         {"app: OnPreviewSnapshot(image)"},
-         true,
-         false},
-        {"OnRenderSnapshot",
-         "OnRenderSnapshot",
-         [](Callback& cb) { cb.OnRenderSnapshot(&s_image, -3); },
-         {},
-         {"app: OnRenderSnapshot(image, -3)"},
-         true,
-         false},
-        {"OnStreamUpdate",
-         "OnStreamUpdate",
-         [](Callback& cb) { cb.OnStreamUpdate(WholeStream(), DeletedStream); },
-         {},
-         {"app: OnStreamUpdate(gid/s1/user/name/title/rtmp r1/rtmp r2/hls h1/4000000000, 2)"},
-         false,
-         false},
-        {"OnCountsUpdate",
-         "OnCountsUpdate",
-         [](Callback& cb) { cb.OnCountsUpdate(4000000002U, 7); },
-         {},
-         {"app: OnCountsUpdate(4000000002, 7)"},
-         false,
-         false},
-        {"OnDisconnected",
-         "OnDisconnected",
-         [](Callback& cb) { cb.OnDisconnected(4000000003U, "room1"); },
-         {},
-         {"app: OnDisconnected(4000000003, room1)"},
-         false,
-         false},
-        {"OnReconnected",
-         "OnReconnected",
-         [](Callback& cb) { cb.OnReconnected("room1"); },
-         {},
-         {"app: OnReconnected(room1)"},
-         false,
-         false},
+        Telling(
+            "OnVideoSizeChanged", [](Callback& cb) { cb.OnVideoSizeChanged("s1", -1, 1080); },
+            "app: OnVideoSizeChanged(s1, -1, 1080)", false),
+        Telling(
+            "OnPreviewSnapshot", [](Callback& cb) { cb.OnPreviewSnapshot(&s_image); },
+            "app: OnPreviewSnapshot(image)", true),
+        Telling(
+            "OnRenderSnapshot", [](Callback& cb) { cb.OnRenderSnapshot(&s_image, -3); },
+            "app: OnRenderSnapshot(image, -3)", true),
+        Telling(
+            "OnStreamUpdate", [](Callback& cb) { cb.OnStreamUpdate(WholeStream(), DeletedStream); },
+            "app: OnStreamUpdate(gid/s1/user/name/title/rtmp r1/rtmp r2/hls h1/4000000000, 2)",
+            false),
+        Telling(
+            "OnCountsUpdate", [](Callback& cb) { cb.OnCountsUpdate(4000000002U, 7); },
+            "app: OnCountsUpdate(4000000002, 7)", false),
+        Telling(
+            "OnDisconnected", [](Callback& cb) { cb.OnDisconnected(4000000003U, "room1"); },
+            "app: OnDisconnected(4000000003, room1)", false),
+        Telling(
+            "OnReconnected", [](Callback& cb) { cb.OnReconnected("room1"); },
+            "app: OnReconnected(room1)", false),
     };
 }
 
@@ -224,6 +202,23 @@ protected:
     ~LiveEventFixture() override {
         Settle();
     }  // the script is reset next: nobody may be reading it
+
+    // Runs `body` with one event after the other, each time on a proxy at rest, with an engine
+    // and the fixture's application.
+    template <class Body>
+    void ForEach(const std::vector<EventCase>& events, Body body) {
+        for (const EventCase& event : events) {
+            SCOPED_TRACE(event.name);
+            body(event);
+            queue->StartCmdExecute();  // a test may have left commands without a pass
+            Settle();
+            while (!Executing().empty()) {
+                CompleteExecuting();
+            }
+            proxy->SetCallback(app);
+            StartEngine();
+        }
+    }
 
     // Holds the queue by a command with the text "s1"; type 0 leaves it free.
     void Execute(int type) {

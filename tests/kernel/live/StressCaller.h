@@ -5,6 +5,7 @@
 #ifndef VAXO_TESTS_LIVE_STRESSCALLER_H
 #define VAXO_TESTS_LIVE_STRESSCALLER_H
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>

@@ -12,7 +12,7 @@ namespace livetest {
 
 namespace {
 
-const unsigned int s_perSender = 1U << 16U;
+const unsigned int s_perSender = 1U << 14U;
 const unsigned int s_firstState = 1000;  // states below are what the proxy reports itself
 const unsigned int s_failed = 0xFFFFFFFF;
 const char* const s_names[] = {"Entered",     "LoggedOut", "Publish", "Play",

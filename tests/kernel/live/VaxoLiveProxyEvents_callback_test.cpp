@@ -38,100 +38,97 @@ protected:
     }
 };
 
-class LiveEventCallback : public LiveCallback, public ::testing::WithParamInterface<EventCase> {};
-
-class LivePostedEvent : public LiveCallback, public ::testing::WithParamInterface<EventCase> {};
-
 }  // namespace
 
-TEST_P(LiveEventCallback, TheProxyHoldsItForTheDeliveryAlone) {
-    const EventCase& event = GetParam();
-    const auto own = Own();
-    EXPECT_EQ(own.use_count(), 1);
-    livetest::WorkerHeld busy(2);
-    for (int given = 1; given <= 3; ++given) {
+TEST_F(LiveCallback, TheProxyHoldsItForTheDeliveryAlone) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        const auto own = Own();
+        EXPECT_EQ(own.use_count(), 1);
+        livetest::WorkerHeld busy(2);
+        for (int given = 1; given <= 3; ++given) {
+            OnEngineThread(event.fire);
+            EXPECT_EQ(own.use_count(), event.direct ? 1 : 1 + given);
+        }
+        busy.Release();
+        Settle();
+        EXPECT_EQ(TakeOnly("app: ").size(), 3U);
+        EXPECT_EQ(own.use_count(), 1);
+    });
+}
+
+TEST_F(LiveCallback, LetGoBeforeTheDeliveryItStillHearsAndGoesOnWorkerTwo) {
+    ForEach(livetest::PostedEvents(), [this](const EventCase& event) {
+        auto own = Own();
+        livetest::WorkerHeld busy(2);
         OnEngineThread(event.fire);
-        EXPECT_EQ(own.use_count(), event.direct ? 1 : 1 + given);
-    }
-    busy.Release();
-    Settle();
-    EXPECT_EQ(TakeOnly("app: ").size(), 3U);
-    EXPECT_EQ(own.use_count(), 1);
+        proxy->SetCallback({});
+        own.reset();
+        EXPECT_EQ(TakeOnly("app: "), Texts());
+        busy.Release();
+        Settle();
+        EXPECT_EQ(OfThread(TakeLines(), livetest::Worker2()),
+                  Concat(event.delivered, {"app: gone"}));
+    });
 }
 
-TEST_P(LivePostedEvent, LetGoBeforeTheDeliveryItStillHearsAndGoesOnWorkerTwo) {
-    const EventCase& event = GetParam();
-    auto own = Own();
-    livetest::WorkerHeld busy(2);
-    OnEngineThread(event.fire);
-    proxy->SetCallback({});
-    own.reset();
-    EXPECT_EQ(TakeOnly("app: "), Texts());
-    busy.Release();
-    Settle();
-    EXPECT_EQ(OfThread(TakeLines(), livetest::Worker2()), Concat(event.delivered, {"app: gone"}));
+TEST_F(LiveCallback, AnotherOneSetMeanwhileHearsTheNextEventAlone) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        auto own = Own();
+        {
+            const livetest::WorkerHeld busy(2);
+            OnEngineThread(event.fire);
+            proxy->SetCallback(app);
+            OnEngineThread([](auto& cb) { cb.OnReconnected("to the next one"); });
+            own.reset();
+        }
+        Settle();
+        // The former one goes when its event is over, before the next event begins.
+        Texts expected = {"app: gone", "app: OnReconnected(to the next one)"};
+        expected = Concat({event.delivered.back()}, expected);
+        EXPECT_EQ(TakeOnly("app: "), expected);
+    });
 }
 
-TEST_P(LiveEventCallback, AnotherOneSetMeanwhileHearsTheNextEventAlone) {
-    const EventCase& event = GetParam();
-    auto own = Own();
-    {
-        const livetest::WorkerHeld busy(2);
+TEST_F(LiveCallback, OneThatIsGoneHearsNothingAndTheCommandIsCompleted) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        for (int type = 0; type <= 6; ++type) {
+            Execute(type);
+            Own().reset();
+            Take();
+            OnEngineThread(event.fire);
+            Settle();
+            EXPECT_EQ(TakeOnly("app: "), Texts());
+            EXPECT_EQ(Executing(), event.asks[type] == type ? "" : ExecutingAs(type));
+            Free();
+        }
+    });
+}
+
+TEST_F(LiveCallback, OneSetAfterTheEventHearsNothingOfIt) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        proxy->SetCallback({});
+        livetest::WorkerHeld busy(2);
         OnEngineThread(event.fire);
         proxy->SetCallback(app);
-        OnEngineThread([](auto& cb) { cb.OnReconnected("to the next one"); });
-        own.reset();
-    }
-    Settle();
-    // The former one goes when its event is over, before the next event begins.
-    Texts expected = {"app: gone", "app: OnReconnected(to the next one)"};
-    expected = Concat({event.delivered.back()}, expected);
-    EXPECT_EQ(TakeOnly("app: "), expected);
-}
-
-TEST_P(LiveEventCallback, OneThatIsGoneHearsNothingAndTheCommandIsCompleted) {
-    const EventCase& event = GetParam();
-    for (int type = 0; type <= 6; ++type) {
-        Execute(type);
-        Own().reset();
-        Take();
-        OnEngineThread(event.fire);
+        busy.Release();
         Settle();
         EXPECT_EQ(TakeOnly("app: "), Texts());
-        EXPECT_EQ(Executing(), event.asks[type] == type ? "" : ExecutingAs(type));
-        Free();
-    }
+    });
 }
 
-TEST_P(LiveEventCallback, OneSetAfterTheEventHearsNothingOfIt) {
-    const EventCase& event = GetParam();
-    proxy->SetCallback({});
-    livetest::WorkerHeld busy(2);
-    OnEngineThread(event.fire);
-    proxy->SetCallback(app);
-    busy.Release();
-    Settle();
-    EXPECT_EQ(TakeOnly("app: "), Texts());
+TEST_F(LiveCallback, AnUninitMeanwhileStopsNothingOnItsWay) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        {
+            const livetest::WorkerHeld busy(2);
+            OnEngineThread(event.fire);
+            proxy->Uninit();
+            CVaxoQueueRunner::GetSharedInstance()->SyncRun([] {}, 0);
+            EXPECT_FALSE(proxy->GetLive());
+        }
+        Settle();
+        EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+    });
 }
-
-TEST_P(LiveEventCallback, AnUninitMeanwhileStopsNothingOnItsWay) {
-    const EventCase& event = GetParam();
-    {
-        const livetest::WorkerHeld busy(2);
-        OnEngineThread(event.fire);
-        proxy->Uninit();
-        CVaxoQueueRunner::GetSharedInstance()->SyncRun([] {}, 0);
-        EXPECT_FALSE(proxy->GetLive());
-    }
-    Settle();
-    EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
-}
-
-INSTANTIATE_TEST_SUITE_P(Each, LiveEventCallback, ::testing::ValuesIn(livetest::AllEvents()),
-                         livetest::NameOf);
-
-INSTANTIATE_TEST_SUITE_P(Each, LivePostedEvent, ::testing::ValuesIn(livetest::PostedEvents()),
-                         livetest::NameOf);
 
 TEST_F(LiveCallback, LetGoInsideItsLastEventItGoesWhenThatIsOver) {
     auto own = Own();

@@ -31,9 +31,6 @@ using livetest::Texts;
 
 class LiveForward : public livetest::LiveEventFixture {};
 
-class LiveEventForward : public livetest::LiveEventFixture,
-                         public ::testing::WithParamInterface<EventCase> {};
-
 // An application that keeps the image pointers it is given.
 class ImageApp final : public Strova::IVaxoLiveCallback {
 public:
@@ -59,45 +56,45 @@ public:
 
 }  // namespace
 
-TEST_P(LiveEventForward, ItComesOnceOnItsThread) {
-    const EventCase& event = GetParam();
-    const vaxothread_id engine = OnEngineThread([&event](auto& cb) {
-        event.fire(cb);
-        livetest::Note("app: the event method has returned");
+TEST_F(LiveForward, ItComesOnceOnItsThread) {
+    ForEach(livetest::AllEvents(), [](const EventCase& event) {
+        const vaxothread_id engine = OnEngineThread([&event](auto& cb) {
+            event.fire(cb);
+            livetest::Note("app: the event method has returned");
+        });
+        Settle();
+        const std::vector<livetest::Line> heard = Beginning(TakeLines(), "app: ");
+        ASSERT_EQ(heard.size(), 2U);
+        const livetest::Line& first = heard[0].thread == engine ? heard[0] : heard[1];
+        if (event.direct) {
+            EXPECT_EQ(first.text, event.delivered.back());  // before the method returned
+            EXPECT_EQ(heard[1].thread, engine);
+        } else {
+            EXPECT_EQ(first.text, "app: the event method has returned");
+            EXPECT_EQ(OfThread(heard, livetest::Worker2()), Texts{event.delivered.back()});
+        }
     });
-    Settle();
-    const std::vector<livetest::Line> heard = Beginning(TakeLines(), "app: ");
-    ASSERT_EQ(heard.size(), 2U);
-    const livetest::Line& first = heard[0].thread == engine ? heard[0] : heard[1];
-    if (event.direct) {
-        EXPECT_EQ(first.text, event.delivered.back());  // before the method returned
-        EXPECT_EQ(heard[1].thread, engine);
-    } else {
-        EXPECT_EQ(first.text, "app: the event method has returned");
-        EXPECT_EQ(OfThread(heard, livetest::Worker2()), Texts{event.delivered.back()});
-    }
 }
 
-TEST_P(LiveEventForward, TheMethodReturnsWhileTheApplicationIsBusy) {
-    const EventCase& event = GetParam();
-    livetest::WorkerHeld busy(2);
-    OnEngineThread(event.fire);  // and this returns
-    EXPECT_EQ(TakeOnly("app: "), event.direct ? event.delivered : Texts());
-    busy.Release();
-    Settle();
-    EXPECT_EQ(TakeOnly("app: "), event.direct ? Texts() : Texts{event.delivered.back()});
+TEST_F(LiveForward, TheMethodReturnsWhileTheApplicationIsBusy) {
+    ForEach(livetest::AllEvents(), [](const EventCase& event) {
+        livetest::WorkerHeld busy(2);
+        OnEngineThread(event.fire);  // and this returns
+        EXPECT_EQ(TakeOnly("app: "), event.direct ? event.delivered : Texts());
+        busy.Release();
+        Settle();
+        EXPECT_EQ(TakeOnly("app: "), event.direct ? Texts() : Texts{event.delivered.back()});
+    });
 }
 
-TEST_P(LiveEventForward, ItComesWhileWorkerZeroIsBusy) {
-    const EventCase& event = GetParam();
-    const livetest::WorkerHeld busy(0);
-    OnEngineThread(event.fire);
-    CVaxoQueueRunner::GetSharedInstance()->SyncRun([] {}, 2);
-    EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+TEST_F(LiveForward, ItComesWhileWorkerZeroIsBusy) {
+    ForEach(livetest::AllEvents(), [](const EventCase& event) {
+        const livetest::WorkerHeld busy(0);
+        OnEngineThread(event.fire);
+        CVaxoQueueRunner::GetSharedInstance()->SyncRun([] {}, 2);
+        EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+    });
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, LiveEventForward, ::testing::ValuesIn(livetest::AllEvents()),
-                         livetest::NameOf);
 
 TEST_F(LiveForward, ExtremeAndEmptyArgumentsArriveUnchanged) {
     const vaxo::strutf8 odd("a\0b%s", 5);

@@ -47,8 +47,6 @@ protected:
     }
 };
 
-class LiveEventKeptBack : public LiveKeptBack, public ::testing::WithParamInterface<EventCase> {};
-
 std::string Abandoned(const EventCase& event) {
     return std::string("log 3 CmdProxy: ") + event.method + ", abandon callbak";
 }
@@ -67,112 +65,118 @@ Texts Own(const EventCase& event, int executing) {
 
 }  // namespace
 
-TEST_P(LiveEventKeptBack, AWaitingLeaveKeepsBackFourEventsAndNoCompletion) {
-    const EventCase& event = GetParam();
-    for (int type = 0; type <= 6; ++type) {
-        SCOPED_TRACE(type);
-        Execute(type);
-        // A pass would take the leave out of the list while the event looks for it.
+TEST_F(LiveKeptBack, AWaitingLeaveKeepsBackFourEventsAndNoCompletion) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        for (int type = 0; type <= 6; ++type) {
+            SCOPED_TRACE(type);
+            Execute(type);
+            // A pass would take the leave out of the list while the event looks for it.
+            livetest::WorkerHeld busy(0);
+            LeaveWaits();
+            const vaxothread_id engine = OnEngineThread(event.fire);
+            Delivered();
+            const std::vector<livetest::Line> lines = TakeLines();
+            EXPECT_EQ(OfThread(lines, engine), Own(event, type));
+            EXPECT_EQ(OfThread(lines, livetest::Worker2()),
+                      event.held || event.direct ? Texts() : event.delivered);
+            EXPECT_EQ(Executing(), event.asks[type] == type ? "" : ExecutingAs(type));
+            busy.Release();
+            FreeAll();
+        }
+    });
+}
+
+TEST_F(LiveKeptBack, ALeaveThatExecutesKeepsNothingBack) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        Execute(LeaveRoom);
+        OnEngineThread(event.fire);
+        Settle();
+        EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+    });
+}
+
+TEST_F(LiveKeptBack, ALeaveThatWasRemovedKeepsNothingBack) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        HoldQueue(StopPublish, "s1");
+        proxy->Logout();
+        proxy->PlayStream("x", 0);
+        EXPECT_EQ(Waiting(), (Texts{"StopPublish(0/)", "PlayStream(0/x)"}));
+        OnEngineThread(event.fire);
+        Settle();
+        EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+    });
+}
+
+TEST_F(LiveKeptBack, NoOtherWaitingCommandKeepsAnythingBack) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        const livetest::WorkerHeld busy(0);
+        for (const auto type :
+             {GetInRoom, PlayStream, StopStream, StartPublish, StopPublish, SyncCmd,
+              static_cast<VaxoAVMgrCmdType>(-1), static_cast<VaxoAVMgrCmdType>(8)}) {
+            queue->AddCmd(std::make_shared<VaxoAVMgrCmd>(type, [] { return 0; }));
+        }
+        Take();
+        OnEngineThread(event.fire);
+        Delivered();
+        EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+    });
+}
+
+TEST_F(LiveKeptBack, ALeaveAnywhereInTheListKeepsBack) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
         livetest::WorkerHeld busy(0);
+        for (const auto type : {SyncCmd, LeaveRoom, SyncCmd}) {
+            queue->AddCmd(std::make_shared<VaxoAVMgrCmd>(type, [] { return 0; }));
+        }
+        Take();
+        OnEngineThread(event.fire);
+        Delivered();
+        EXPECT_EQ(TakeOnly("app: "), event.held ? Texts() : Texts{event.delivered.back()});
+    });
+}
+
+TEST_F(LiveKeptBack, WithoutAnApplicationItIsWrittenAllTheSame) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        proxy->SetCallback({});
+        const livetest::WorkerHeld busy(0);
         LeaveWaits();
         const vaxothread_id engine = OnEngineThread(event.fire);
         Delivered();
         const std::vector<livetest::Line> lines = TakeLines();
-        EXPECT_EQ(OfThread(lines, engine), Own(event, type));
-        EXPECT_EQ(OfThread(lines, livetest::Worker2()),
-                  event.held || event.direct ? Texts() : event.delivered);
-        EXPECT_EQ(Executing(), event.asks[type] == type ? "" : ExecutingAs(type));
-        busy.Release();
-        FreeAll();
-    }
+        EXPECT_EQ(OfThread(lines, engine), event.held ? Own(event, 0) : Completion(event, 0));
+        EXPECT_EQ(OfThread(lines, livetest::Worker2()), Texts());
+    });
 }
 
-TEST_P(LiveEventKeptBack, ALeaveThatExecutesKeepsNothingBack) {
-    const EventCase& event = GetParam();
-    Execute(LeaveRoom);
-    OnEngineThread(event.fire);
-    Settle();
-    EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
+TEST_F(LiveKeptBack, WhatWasKeptBackDoesNotComeLater) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
+        {
+            const livetest::WorkerHeld busy(0);
+            LeaveWaits();
+            OnEngineThread(event.fire);
+            Delivered();
+            Take();
+        }
+        queue->StartCmdExecute();
+        Settle();
+        EXPECT_EQ(Executing(), "LeaveRoom(0/)");
+        CompleteExecuting();
+        EXPECT_EQ(TakeOnly("app: "), Texts());
+    });
 }
 
-TEST_P(LiveEventKeptBack, ALeaveThatWasRemovedKeepsNothingBack) {
-    const EventCase& event = GetParam();
-    HoldQueue(StopPublish, "s1");
-    proxy->Logout();
-    proxy->PlayStream("x", 0);
-    EXPECT_EQ(Waiting(), (Texts{"StopPublish(0/)", "PlayStream(0/x)"}));
-    OnEngineThread(event.fire);
-    Settle();
-    EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
-}
-
-TEST_P(LiveEventKeptBack, NoOtherWaitingCommandKeepsAnythingBack) {
-    const EventCase& event = GetParam();
-    const livetest::WorkerHeld busy(0);
-    for (const auto type : {GetInRoom, PlayStream, StopStream, StartPublish, StopPublish, SyncCmd,
-                            static_cast<VaxoAVMgrCmdType>(-1), static_cast<VaxoAVMgrCmdType>(8)}) {
-        queue->AddCmd(std::make_shared<VaxoAVMgrCmd>(type, [] { return 0; }));
-    }
-    Take();
-    OnEngineThread(event.fire);
-    Delivered();
-    EXPECT_EQ(TakeOnly("app: "), Texts{event.delivered.back()});
-}
-
-TEST_P(LiveEventKeptBack, ALeaveAnywhereInTheListKeepsBack) {
-    const EventCase& event = GetParam();
-    livetest::WorkerHeld busy(0);
-    for (const auto type : {SyncCmd, LeaveRoom, SyncCmd}) {
-        queue->AddCmd(std::make_shared<VaxoAVMgrCmd>(type, [] { return 0; }));
-    }
-    Take();
-    OnEngineThread(event.fire);
-    Delivered();
-    EXPECT_EQ(TakeOnly("app: "), event.held ? Texts() : Texts{event.delivered.back()});
-}
-
-TEST_P(LiveEventKeptBack, WithoutAnApplicationItIsWrittenAllTheSame) {
-    const EventCase& event = GetParam();
-    proxy->SetCallback({});
-    const livetest::WorkerHeld busy(0);
-    LeaveWaits();
-    const vaxothread_id engine = OnEngineThread(event.fire);
-    Delivered();
-    const std::vector<livetest::Line> lines = TakeLines();
-    EXPECT_EQ(OfThread(lines, engine), event.held ? Own(event, 0) : Completion(event, 0));
-    EXPECT_EQ(OfThread(lines, livetest::Worker2()), Texts());
-}
-
-TEST_P(LiveEventKeptBack, WhatWasKeptBackDoesNotComeLater) {
-    const EventCase& event = GetParam();
-    {
+TEST_F(LiveKeptBack, AnEventOnItsWayArrivesWhateverBeginsToWait) {
+    ForEach(livetest::AllEvents(), [this](const EventCase& event) {
         const livetest::WorkerHeld busy(0);
-        LeaveWaits();
-        OnEngineThread(event.fire);
+        {
+            const livetest::WorkerHeld slow(2);
+            OnEngineThread(event.fire);
+            LeaveWaits();
+        }
         Delivered();
-        Take();
-    }
-    queue->StartCmdExecute();
-    Settle();
-    EXPECT_EQ(Executing(), "LeaveRoom(0/)");
-    CompleteExecuting();
-    EXPECT_EQ(TakeOnly("app: "), Texts());
+        EXPECT_EQ(TakeOnly("app: "), event.direct ? Texts() : Texts{event.delivered.back()});
+    });
 }
-
-TEST_P(LiveEventKeptBack, AnEventOnItsWayArrivesWhateverBeginsToWait) {
-    const EventCase& event = GetParam();
-    const livetest::WorkerHeld busy(0);
-    {
-        const livetest::WorkerHeld slow(2);
-        OnEngineThread(event.fire);
-        LeaveWaits();
-    }
-    Delivered();
-    EXPECT_EQ(TakeOnly("app: "), event.direct ? Texts() : Texts{event.delivered.back()});
-}
-
-INSTANTIATE_TEST_SUITE_P(Each, LiveEventKeptBack, ::testing::ValuesIn(livetest::AllEvents()),
-                         livetest::NameOf);
 
 TEST_F(LiveKeptBack, TheMatchingPlayEndsBehindALogoutAndTheApplicationHearsOfTheLeaveAlone) {
     proxy->PlayStream("s1", 0);

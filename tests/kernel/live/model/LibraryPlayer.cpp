@@ -16,6 +16,9 @@ namespace livemodel {
 
 namespace {
 
+// No program makes as many commands or calls.
+const int s_enough = 10000;
+
 int s_rawAlive = 0;
 
 // Captured by a command of one's own: a command must not be destroyed under a mutex.
@@ -42,6 +45,14 @@ void ResetSettings() {
     setting.SetUserID({});
     VAXO::g_strLogFileName__.clear();
     livetest::ResetScript();
+}
+
+// The model does not print empty arguments at the front of an engine's call.
+void DropEmptyFront(std::string& line) {
+    const std::size_t first = line.find('(') + 1;
+    while (line.compare(0, 7, "engine:") == 0 && line.compare(first, 2, ", ") == 0) {
+        line.erase(first, 2);
+    }
 }
 
 void FailUnless(bool condition, const char* message) {
@@ -71,7 +82,12 @@ void LibraryPlayer::Rest() {
     const threadless::As application('A');
     ForgetKept();
     TheScript().inside.clear();
+    int rounds = 0;
     for (RunAll(); const auto cmd = m_queue->GetExecutingCmd(); RunAll()) {
+        if (++rounds > s_enough) {
+            threadless::Fail("a command executes for ever");
+            break;
+        }
         m_queue->SetCmdExecuteCmdDone(cmd->GetCmdType());
     }
     for (const char* name : {"A", "B"}) {
@@ -93,13 +109,7 @@ std::vector<Line> LibraryPlayer::TakeLines() {
     FailUnless(threadless::RwLocksHeld() == 0, "a reader-writer lock stays locked");
     std::vector<Line> lines;
     for (livetest::Line& line : livetest::TakeLines()) {
-        // Empty arguments at the front of an engine's call: the model does not print them.
-        if (line.text.compare(0, 7, "engine:") == 0) {
-            const std::size_t first = line.text.find('(') + 1;
-            while (first != 0 && line.text.compare(first, 2, ", ") == 0) {
-                line.text.erase(first, 2);
-            }
-        }
+        DropEmptyFront(line.text);
         lines.push_back({static_cast<char>(line.thread), std::move(line.text)});
     }
     for (std::string& failure : threadless::TakeFailures()) {
@@ -127,7 +137,12 @@ void LibraryPlayer::Kept(const std::string& place) {
 }
 
 void LibraryPlayer::RunAll() {
+    int calls = 0;
     while (threadless::RunOne(0) || threadless::RunOne(2)) {
+        if (++calls > s_enough) {
+            threadless::Fail("the workers never run out of calls");
+            break;
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-// The behaviour of the live proxy once more, written from its description alone: the
+// The behaviour of the live proxy once more, written apart from it and another way: the
 // commands and how they join, the queue that runs them, the relay of events, the getters.
 // Plain standard library, one thread, nothing of the library's own: what it says and what
 // the library does can be held against each other.

@@ -97,13 +97,31 @@ const char* const s_types[] = {"GetInRoom",    "LeaveRoom",   "PlayStream", "Sto
 
 }  // namespace
 
-TEST(LiveModelTool, ASeedAlwaysGivesTheSameProgram) {
-    std::set<std::string> all;
-    ForEachProgram([&](const Program& program) { return all.insert(Print(program)).second; });
-    // No two alike, but for the shortest, so the first to come again ends the loop.
-    EXPECT_GT(all.size(), 100U);
-    ForEachProgram([&](const Program& program) { return all.erase(Print(program)) == 1; });
-    EXPECT_TRUE(all.empty());
+TEST(LiveModelTool, ASeedAlwaysGivesTheSameProgramAndNoTwoSeedsTheSame) {
+    std::vector<std::string> once;
+    std::vector<std::string> again;
+    for (std::vector<std::string>* const all : {&once, &again}) {
+        ForEachProgram([&](const Program& program) {
+            all->push_back(Print(program));
+            return all->size() < 1000;
+        });
+    }
+    EXPECT_EQ(once, again);
+    const std::set<std::string> different(once.begin(), once.end());
+    EXPECT_GT(different.size(), 950U);  // programs of one step may be alike
+}
+
+// Every compiler and standard library gives this one. It changes when the generator does.
+TEST(LiveModelTool, ASeedGivesTheProgramThatItGivesElsewhere) {
+    EXPECT_EQ(Print(livemodel::Generate(284)),
+              "run 2\n"
+              "GetStreamList room2 room2 a 0\n"
+              "answer 8\n"
+              "run 0\n"
+              "in GetStreams: GetStreamList \"\" \"a\\x00b\" a 0\n"
+              "in GetStreams: streams a \"\\xff\\xc3(\" \"\\xff\\xc3(\"\n"
+              "OnStreamUpdate room1 a \"\" b \"\\xff\\xc3(\" \"hls a\\x00b\" \"hls b\" 0 2\n"
+              "run 0\n");
 }
 
 TEST(LiveModelTool, AProgramAlwaysGivesTheSameTrace) {
@@ -233,7 +251,7 @@ TEST(LiveModelTool, EveryCallOfTheEngineAndEveryEventOfTheApplicationOccurs) {
                                    "2 app: by A2",
                                    "A app: gone A1",
                                    "2 app: gone A1",
-                                   "a app: gone A1",
+                                   "a app: gone ",
                                    "0 raw: ",
                                    "A engine: destroyed"};
     for (const Operation& operation : livemodel::Operations()) {

@@ -80,7 +80,7 @@ struct Theme {
     std::uint64_t firstSeed;
 };
 const std::vector<Theme>& Themes();
-const std::uint64_t SeedsPerTheme = 10000000;
+inline constexpr std::uint64_t SeedsPerTheme = 10000000;
 Program Generate(std::uint64_t seed);
 
 // One step a line.

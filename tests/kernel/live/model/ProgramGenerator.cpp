@@ -95,7 +95,7 @@ public:
     Program Make() {
         const std::size_t size = 1 + Below(60);
         if (Below(100) < m_weights.startPercent) {
-            m_program.push_back(Of("SetCallback"));
+            m_program.push_back({"", false, "SetCallback", {Pick('C')}});
             m_program.push_back({"", false, "Init", {"7", "key"}});
             m_program.push_back({"", false, "run", {"all"}});
             if (Below(2) == 0) {  // as an engine does in its Init
@@ -136,7 +136,7 @@ private:
         for (bool more = true; more; more = Below(3) == 0) {
             if (step.op != "run") {
                 step.place = place;
-                step.beside = Below(4) == 0;
+                step.beside = Below(3) == 0;
                 m_program.push_back(step);
             }
             step = Weighted();
@@ -215,6 +215,15 @@ private:
 
     std::string Place() { return Below(2) == 0 ? Pick('p') : Pick(Places()); }
 
+    // A place that answers a status: not the application's.
+    std::string Answerer() {
+        std::string place = Place();
+        while (place.compare(0, 2, "On") == 0 || place == "gone" || place == "raw") {
+            place = Place();
+        }
+        return place;
+    }
+
     void AddValues(char letter, Args& args) {
         if (letter == 'l' || letter == 'L') {  // streams, or devices with their names
             for (std::size_t count = Below(4); count != 0; --count) {
@@ -226,7 +235,7 @@ private:
         } else if (letter == 'r') {
             AddRecord(args);
         } else if (letter == 'o') {
-            args.push_back(Place());
+            args.push_back(Answerer());
         } else {
             const std::string& value = Pick(letter);
             args.push_back(value);
