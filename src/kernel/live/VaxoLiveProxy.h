@@ -25,7 +25,9 @@
 // - An engine that never gives an event that a command waits for holds the queue for
 //   ever; calls go on being accepted.
 // - An event that comes late, when another command of the same type already runs, ends
-//   that one: publish events are not told apart at all, play events by stream alone.
+//   that one: publish events are not told apart at all, play events by stream alone. The
+//   look at the running command and its end are two steps; a thread held up between them
+//   may end the next command of that type, a play of another stream included.
 //
 // Lifetime: created on first use and never destroyed, so queued commands use it by
 // plain pointer and a program may end in the middle of work. The engine lives from an

@@ -25,7 +25,8 @@ template <class Func>
 std::shared_ptr<VaxoAVMgrCmd> MakeCmd(VaxoAVMgrCmdType type, Func func, const vaxo::strutf8& text,
                                       const vaxo::strutf8& compared) {
     const VaxoLiveJoinRule& rule = VaxoLiveJoinRuleOf(type);
-    // Record and count apart: a command may outlive its run by whoever asked for it.
+    // Not make_shared: a command with a rule of its own has record and count in two
+    // allocations.
     std::shared_ptr<VaxoAVMgrCmd> cmd(new VaxoAVMgrCmd(
         type, std::move(func), [&rule, compared](std::shared_ptr<VaxoAVMgrCmd> later) {
             return VaxoLiveJoin(rule, compared, *later);

@@ -199,9 +199,6 @@ inline Texts NotForThis(const EventCase& event, int executing) {
 class LiveEventFixture : public LiveProxyFixture {
 protected:
     LiveEventFixture() { StartEngine(); }
-    ~LiveEventFixture() override {
-        Settle();
-    }  // the script is reset next: nobody may be reading it
 
     // Runs `body` with one event after the other, each time on a proxy at rest, with an engine
     // and the fixture's application.

@@ -17,8 +17,6 @@ namespace livetest {
 
 class LiveJoinFixture : public LiveProxyFixture {
 protected:
-    ~LiveJoinFixture() override { Settle(); }  // the script is reset next: nobody may be reading it
-
     // A play of the stream that most tests use: joins must not look at it.
     void HoldQueue() { livetest::HoldQueue(PlayStream, "room1"); }
     static std::string HeldBy() { return "PlayStream(0/room1)"; }

@@ -128,10 +128,6 @@ inline std::vector<Operation> Operations() {
 
 class LiveOperationFixture : public LiveProxyFixture {
 protected:
-    ~LiveOperationFixture() override {
-        Settle();
-    }  // the script is reset next: nobody may be reading it
-
     // Lets the operation wait in a held queue until everything before it has run, then run:
     // what was written from there on. With an engine a Logout puts a stop in front of itself.
     std::vector<Line> Run(const Operation& operation) {

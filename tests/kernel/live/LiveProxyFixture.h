@@ -129,6 +129,7 @@ protected:
 private:
     // Nothing executes, nothing waits, no engine, no callback, settings empty.
     void Rest() {
+        Settle();  // what is in flight reads the script
         ResetScript();
         proxy->SetCallback({});
         proxy->Uninit();

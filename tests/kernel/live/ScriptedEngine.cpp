@@ -53,7 +53,8 @@ std::string Say(const std::shared_ptr<int>& view) {
 template <class... Values>
 int Call(const std::string& operation, const Values&... values) {
     std::string list;
-    ((list += (list.empty() ? "" : ", ") + Say(values)), ...);
+    [[maybe_unused]] const char* between = "";  // an operation without arguments
+    ((list += between + Say(values), between = ", "), ...);
     Note("engine: " + operation + "(" + list + ")");
     return Play(operation);
 }

@@ -40,12 +40,13 @@ void ExpectSame(const Texts& lines, const Texts& expected) {
     }
 }
 
-// An engine call in the journal, which leaves out the commas behind the empty texts that
-// come first.
+// An engine call in the journal.
 std::string Call(const std::string& operation, const Texts& values) {
     std::string list;
+    const char* between = "";
     for (const std::string& value : values) {
-        list += (list.empty() ? "" : ", ") + value;
+        list += between + value;
+        between = ", ";
     }
     return "engine: " + operation + "(" + list + ")";
 }

@@ -26,8 +26,6 @@ using livetest::TheScript;
 
 class LiveLogout : public livetest::LiveProxyFixture {
 protected:
-    ~LiveLogout() override { Settle(); }  // the script is reset next: nobody may be reading it
-
     // An engine whose list has these streams, behind a held queue.
     void StartAndHold(const std::vector<const char*>& streams) {
         StartEngine();

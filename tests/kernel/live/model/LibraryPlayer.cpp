@@ -47,14 +47,6 @@ void ResetSettings() {
     livetest::ResetScript();
 }
 
-// The model does not print empty arguments at the front of an engine's call.
-void DropEmptyFront(std::string& line) {
-    const std::size_t first = line.find('(') + 1;
-    while (line.compare(0, 7, "engine:") == 0 && line.compare(first, 2, ", ") == 0) {
-        line.erase(first, 2);
-    }
-}
-
 void FailUnless(bool condition, const char* message) {
     if (!condition) {
         threadless::Fail(message);
@@ -109,7 +101,6 @@ std::vector<Line> LibraryPlayer::TakeLines() {
     FailUnless(threadless::RwLocksHeld() == 0, "a reader-writer lock stays locked");
     std::vector<Line> lines;
     for (livetest::Line& line : livetest::TakeLines()) {
-        DropEmptyFront(line.text);
         lines.push_back({static_cast<char>(line.thread), std::move(line.text)});
     }
     for (std::string& failure : threadless::TakeFailures()) {

@@ -38,13 +38,7 @@ struct App {
 
 // The engine of the tests says the call, takes the steps kept for it, and answers.
 int ModelPlayer::Engine(const std::string& op, const Args& args) {
-    std::string list;
-    for (const std::string& arg : args) {
-        // It passes over empty arguments at the front, and prints a sign up to its first
-        // zero byte.
-        list += (list.empty() ? "" : ", ") + (op == "Init" ? std::string(arg.c_str()) : arg);
-    }
-    Say("engine: " + op + "(" + list + ")");
+    Say("engine: " + op + "(" + Joined(args, ", ") + ")");
     return Answer(op);
 }
 
