@@ -1,0 +1,1 @@
+// Nothing of its own: carries the headers that the tests share, compiled once.
