@@ -1,0 +1,123 @@
+#include "Upload.h"
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "Text.h"
+#include "vaxolog.h"
+
+namespace vaxoapp {
+
+namespace {
+
+constexpr std::chrono::milliseconds kLookAgain{100};
+
+unsigned long long SizeOf(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    return error ? 0 : size;
+}
+
+// The lines that are added to a log from now on.
+class LogTail {
+public:
+    explicit LogTail(std::string path) : m_path(std::move(path)) {
+        vaxolog_flush();
+        m_begin = SizeOf(m_path);
+        m_offset = m_begin;
+    }
+
+    // How long the log was; 0 when a new file was begun meanwhile.
+    unsigned long long Begin() const { return m_begin; }
+
+    std::vector<std::string> NewLines() {
+        vaxolog_flush();
+        if (SizeOf(m_path) < m_offset) {
+            m_begin = m_offset = 0;
+        }
+        std::ifstream file(m_path);
+        file.seekg(static_cast<std::streamoff>(m_offset));
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line) && !file.eof();) {
+            m_offset += line.size() + 1;
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+private:
+    const std::string m_path;
+    unsigned long long m_begin = 0;
+    unsigned long long m_offset = 0;
+};
+
+}  // namespace
+
+// "... ConnHttp:123 upload of FILE to ADDRESS: done, 1234 bytes, ..." or "... : failed, ..." or
+// "... : given up, ..." or "... ConnHttp:123 upload of FILE not taken: ...".
+UploadNews ReadUploadNews(const std::string& line, unsigned long long& bytes, std::string& reason) {
+    const std::size_t begin = line.find(" ConnHttp:");
+    const std::size_t words = line.find(" upload of ", begin == std::string::npos ? 0 : begin);
+    if (begin == std::string::npos || words == std::string::npos) {
+        return UploadNews::None;
+    }
+    constexpr const char* kDone = ": done, ";
+    const std::size_t done = line.rfind(kDone);
+    if (done != std::string::npos) {
+        const std::string rest = line.substr(done + std::char_traits<char>::length(kDone));
+        long long value = 0;
+        if (ParseNumber(rest.substr(0, rest.find(' ')), 0, 1LL << 40, value)) {
+            bytes = static_cast<unsigned long long>(value);
+            return UploadNews::Done;
+        }
+    }
+    for (const char* const end : {": failed, ", ": given up, ", " not taken: "}) {
+        const std::size_t found = line.rfind(end);
+        if (found != std::string::npos) {
+            reason = line.substr(line.find(' ', found) + 1);
+            return UploadNews::Failed;
+        }
+    }
+    return UploadNews::None;
+}
+
+ExitCode UploadLog(Visit& visit, std::string& error) {
+    const Settings& settings = visit.GetSettings();
+    if (settings.logFile.empty() || settings.logLevel < esyslog_generic) {
+        error = "there is no log with enough in it: give --log, and --log-level generic or debug";
+        return Exit_Upload;
+    }
+    LogTail tail(settings.logFile);
+    if (visit.Live().UploadLog() != 0) {
+        error = "the upload was not accepted";
+        return Exit_Upload;
+    }
+    const Visit::Clock::time_point end = visit.Deadline();
+    while (Visit::Clock::now() < end) {
+        for (const std::string& line : tail.NewLines()) {
+            unsigned long long bytes = 0;
+            std::string reason;
+            const UploadNews news = ReadUploadNews(line, bytes, reason);
+            // The entry into the channel offers the log too, a shorter one.
+            if (news == UploadNews::Done && bytes >= tail.Begin()) {
+                visit.Tell("uploaded", JsonObject().Number("bytes", bytes),
+                           "the server has the log, " + std::to_string(bytes) + " bytes");
+                return Exit_Ok;
+            }
+            if (news == UploadNews::Failed) {
+                error = "the log was not uploaded: " + Printable(reason);
+                return Exit_Upload;
+            }
+        }
+        const auto never = [](const SessionState&) { return false; };
+        if (visit.GetSession().Wait(Visit::Clock::now() + kLookAgain, never) == Wake::Stop) {
+            error = "left before the upload was done";
+            return Exit_Upload;
+        }
+    }
+    error = "no word about the upload in time";
+    return Exit_Timeout;
+}
+
+}  // namespace vaxoapp

@@ -1,0 +1,231 @@
+#include "Visit.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "Text.h"
+#include "base/VaxoAppSetting.h"
+#include "vaxolog.h"
+
+namespace vaxoapp {
+
+namespace {
+
+constexpr std::chrono::seconds kLeaveLimit{12};
+constexpr std::chrono::milliseconds kListPause{400};
+constexpr std::chrono::seconds kListLimit{3};
+constexpr std::chrono::seconds kSnapshotLimit{5};
+constexpr std::chrono::milliseconds kSnapshotAgain{500};
+
+std::string Rate(double fps, unsigned int bitrate) {
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.1f fps, %u kbit/s", fps, bitrate / 1000);
+    return text;
+}
+
+}  // namespace
+
+Visit::Visit(Settings settings, std::shared_ptr<Report> report, bool readLines)
+    : m_settings(std::move(settings)),
+      m_report(std::move(report)),
+      m_session(std::make_shared<Session>(m_report)),
+      m_inputs(m_session, readLines) {}
+
+Visit::~Visit() {
+    if (m_hasBegun) {
+        Leave(Exit_Ok);
+    }
+}
+
+ExitCode Visit::Begin() {
+    std::string error;
+    if (!m_settings.eventsFile.empty() && !m_report->events.Open(m_settings.eventsFile, error)) {
+        return Fail(Exit_Failed, error);
+    }
+    vaxolog_set_level(m_settings.logLevel);
+    if (!m_settings.logFile.empty() && vaxolog_open(m_settings.logFile.c_str()) != 0) {
+        return Fail(Exit_Failed,
+                    "log file " + Printable(m_settings.logFile) + " cannot be written");
+    }
+    CVaxoAppSetting* const setting = CVaxoAppSetting::SharedInstance();
+    setting->SetServiceURL(ToVaxo(m_settings.serviceURL));
+    setting->SetMediaURL(ToVaxo(m_settings.mediaURL));
+    setting->SetUploadURL(ToVaxo(m_settings.uploadURL));
+    m_live = Strova::CVaxoLiveProxy::GetInstance();
+    m_live->SetCallback(m_session);
+    m_live->Init(m_settings.appID, m_settings.key);
+    m_settings.key.clear();
+    m_hasBegun = true;
+    Tell("start", JsonObject().Text("user", m_settings.user).Text("channel", m_settings.channel),
+         "");
+    return Exit_Ok;
+}
+
+ExitCode Visit::Enter() {
+    m_hasAskedIn = true;
+    m_live->GetStreamList(ToVaxo(m_settings.user), ToVaxo(m_settings.userName),
+                          ToVaxo(m_settings.channel), 0);
+    const Wake wake = m_session->Wait(
+        Deadline(), [](const SessionState& state) { return state.entered.has_value(); });
+    if (wake == Wake::Late) {
+        return Fail(Exit_Timeout, "no answer to the entry into the channel");
+    }
+    const unsigned int err =
+        m_session->With([](const SessionState& state) { return state.entered.value_or(0); });
+    if (err != 0) {
+        return Fail(Exit_Channel, "cannot enter the channel: " + ChannelErrorText(err));
+    }
+    return Exit_Ok;
+}
+
+void Visit::AwaitList() {
+    const Clock::time_point limit = Clock::now() + kListLimit;
+    m_session->With([](SessionState& state) { state.lastStream = Clock::now(); });
+    for (;;) {
+        const Clock::time_point pause = m_session->With([](const SessionState& state) {
+            return state.lastStream;
+        }) + kListPause;
+        if (pause <= Clock::now() || limit <= Clock::now() ||
+            m_session->Wait(std::min(pause, limit), [](const SessionState&) { return false; }) ==
+                Wake::Stop) {
+            return;
+        }
+    }
+}
+
+ExitCode Visit::Leave(ExitCode soFar) {
+    if (!m_hasBegun) {
+        return soFar;
+    }
+    m_hasBegun = false;
+    if (m_hasAskedIn) {
+        m_live->Logout();
+        const Wake wake = m_session->Wait(
+            Clock::now() + kLeaveLimit,
+            [](const SessionState& state) { return state.left.has_value(); }, true);
+        if (wake != Wake::Ready) {
+            m_isStuck = true;
+            return Fail(soFar == Exit_Ok ? Exit_Timeout : soFar, "leaving takes too long");
+        }
+    }
+    m_live->Uninit();
+    m_live->GetLiveChannel();  // a getter comes back after what was queued
+    m_live->SetCallback({});
+    return soFar;
+}
+
+bool Visit::TakeSnapshot(std::optional<unsigned int> play, const std::string& path,
+                         std::string& error) {
+    const int channel = static_cast<int>(play.value_or(0));
+    m_session->With([&](SessionState& state) {
+        state.preview.reset();
+        state.rendered.erase(channel);
+    });
+    const auto hasCome = [&](const SessionState& state) {
+        return play ? state.rendered.count(channel) != 0 : state.preview.has_value();
+    };
+    // There is no answer when there is no picture yet; so ask again.
+    const Clock::time_point limit = Clock::now() + kSnapshotLimit;
+    bool isThere = false;
+    while (!isThere && Clock::now() < limit) {
+        play ? m_live->TakeSnapshotRender(channel) : m_live->TakeSnapshotPreview();
+        isThere = m_session->Wait(std::min(limit, Clock::now() + kSnapshotAgain), hasCome, true) ==
+                  Wake::Ready;
+    }
+    if (!isThere) {
+        error = "there is no picture to take";
+        return false;
+    }
+    const Picture picture = m_session->With([&](SessionState& state) {
+        return play ? std::move(state.rendered[channel]) : std::move(*state.preview);
+    });
+    if (!WritePng(path, picture, error)) {
+        return false;
+    }
+    Tell("snapshot",
+         JsonObject()
+             .Text("file", path)
+             .Number("width", picture.width)
+             .Number("height", picture.height),
+         "picture written: " + Printable(path));
+    return true;
+}
+
+ExitCode Visit::Fail(ExitCode code, const std::string& text) {
+    m_report->events.Write(
+        "failed", JsonObject().Number("code", static_cast<int>(code)).Text("reason", text));
+    m_report->status.Error(text);
+    return code;
+}
+
+void Visit::Tell(const char* kind, const JsonObject& fields, const std::string& line) {
+    m_report->events.Write(kind, fields);
+    if (!line.empty()) {
+        m_report->status.Say(line);
+    }
+}
+
+JsonObject Visit::StatusFields() {
+    const Strova::VaxoLiveStats stats = Strova::VaxoLiveGetStats();
+    JsonObject fields;
+    fields.Flag("publishing", stats.publishing)
+        .Real("fps", stats.fps)
+        .Number("bitrate", stats.bitrate);
+    std::vector<JsonObject> plays;
+    for (const Strova::VaxoLivePlayStats& play : stats.plays) {
+        plays.push_back(JsonObject()
+                            .Text("stream", play.streamID)
+                            .Real("fps", play.fps)
+                            .Number("bitrate", play.bitrate)
+                            .Number("latency", play.latencyMillis));
+    }
+    fields.Objects("plays", plays);
+    return m_session->With([&](const SessionState& state) {
+        return fields.Number("online", state.online)
+            .Number("total", state.total)
+            .Flag("connected", !state.isDisconnected);
+    });
+}
+
+std::string Visit::StatusText() {
+    const Strova::VaxoLiveStats stats = Strova::VaxoLiveGetStats();
+    std::string text = m_session->With([](const SessionState& state) {
+        std::string known = state.isDisconnected ? "connection lost | " : "";
+        known += "online " + std::to_string(state.online) + " of " + std::to_string(state.total);
+        if (state.publish) {
+            known += " | publishing: " + StateText(*state.publish);
+        }
+        return known;
+    });
+    if (stats.publishing) {
+        text += ", " + Rate(stats.fps, stats.bitrate);
+    }
+    for (const Strova::VaxoLivePlayStats& play : stats.plays) {
+        text += " | " + Printable(play.streamID, 32) + ": " + Rate(play.fps, play.bitrate);
+        if (play.latencyMillis >= 0) {
+            text += ", " + std::to_string(play.latencyMillis) + " ms old";
+        }
+    }
+    return text;
+}
+
+void Visit::ShowStatus() {
+    m_report->status.Show(StatusText());
+    const Clock::time_point now = Clock::now();
+    if (now >= m_nextStats) {
+        m_nextStats = now + std::chrono::seconds(1);
+        m_report->events.Write("stats", StatusFields());
+    }
+}
+
+bool Visit::MustStop() {
+    return m_session->With([](const SessionState& state) { return state.mustStop; });
+}
+
+Visit::Clock::time_point Visit::Deadline() const {
+    return Clock::now() +
+           std::chrono::milliseconds(static_cast<long long>(m_settings.timeout * 1000));
+}
+
+}  // namespace vaxoapp

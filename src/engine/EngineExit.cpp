@@ -1,0 +1,48 @@
+#include "engine/EngineExit.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "engine/base/EngineLoop.h"
+
+namespace vaxoengine {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{2};
+
+// Never destroyed: read when everything else has been.
+std::function<void()>& TheShutdown() {
+    static auto* const shutdown = new std::function<void()>;
+    return *shutdown;
+}
+
+void OnExit() {
+    if (EngineLoop::Shared().IsCurrent()) {
+        return;
+    }
+    // Shared, because the job may run after the wait was given up.
+    const auto done = std::make_shared<std::promise<void>>();
+    std::future<void> over = done->get_future();
+    EngineLoop::Shared().Post([done] {
+        TheShutdown()();
+        done->set_value();
+    });
+    over.wait_for(kPatience);
+}
+
+}  // namespace
+
+void AtProcessExit(std::function<void()> shutdown) {
+    static std::once_flag once;
+    std::call_once(once, [&] {
+        TheShutdown() = std::move(shutdown);
+        std::atexit(OnExit);
+    });
+}
+
+}  // namespace vaxoengine

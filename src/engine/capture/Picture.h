@@ -1,0 +1,22 @@
+// A picture in memory that the filters of the capture change in place.
+#ifndef VAXO_ENGINE_CAPTURE_PICTURE_H
+#define VAXO_ENGINE_CAPTURE_PICTURE_H
+
+namespace vaxoengine {
+
+// I420, video range (luma 16..235). Odd sizes have rounded-up colour planes. Borrows the
+// memory: whoever made it sees to its lifetime.
+struct Picture {
+    unsigned char* luma = nullptr;
+    unsigned char* u = nullptr;
+    unsigned char* v = nullptr;
+    int width = 0;
+    int height = 0;
+    int lumaStride = 0;
+    int uStride = 0;
+    int vStride = 0;
+};
+
+}  // namespace vaxoengine
+
+#endif

@@ -1,0 +1,23 @@
+// Raw and encoded samples on their way through the capture.
+#ifndef VAXO_ENGINE_CAPTURE_SAMPLES_H
+#define VAXO_ENGINE_CAPTURE_SAMPLES_H
+
+#include <functional>
+
+#include <gst/gst.h>
+
+#include "engine/base/GstRef.h"
+
+namespace vaxoengine {
+
+// A copy (of the description, not of the data) whose time stamps are the running times of
+// the sample's segment. Empty for a sample without a buffer, or without a place in time.
+GstSampleRef InRunningTime(GstSample* sample);
+
+// Calls `sink` with every sample that reaches an appsink, transfer full, on its streaming
+// thread, until the element's pipeline stands still. The appsink owns a copy of `sink`.
+void ConnectAppSink(GstElement* appSink, std::function<void(GstSample*)> sink);
+
+}  // namespace vaxoengine
+
+#endif

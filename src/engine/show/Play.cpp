@@ -1,0 +1,149 @@
+#include "engine/show/Play.h"
+
+#include <utility>
+
+#include "engine/show/Limits.h"
+#include "vaxolog.h"
+
+namespace vaxoengine {
+
+namespace {
+
+constexpr const char* kTag = "Play";
+
+}  // namespace
+
+Play::Play(std::string streamID, const PlayHost& host, std::function<void()> over)
+    : m_streamID(std::move(streamID)),
+      m_host(host),
+      m_over(std::move(over)),
+      m_retry(kFirstPause, kLongestPause, kPlayGivesUp) {}
+
+Play::~Play() = default;
+
+void Play::Begin(const PlayLook& look) {
+    m_look = look;
+    m_limit.Once(kAnswerLimit, [this] { End(Mediq::FatalError); });
+    Connect();
+}
+
+void Play::BeginAgain() {
+    if (m_state == State::Live) {
+        m_host.answer(Mediq::AVStateBegin, m_streamID);
+    } else if (m_state != State::Starting) {
+        // Waits for the connection like a first request, and is answered like one.
+        m_state = State::Starting;
+        m_retry.Reset();
+        m_limit.Once(kAnswerLimit, [this] { End(Mediq::FatalError); });
+        Connect();
+    }
+}
+
+// While it plays the media server says when it ends: the channel may be behind.
+void Play::OnGone() {
+    if (m_state == State::Broken || m_state == State::Lost) {
+        End(Mediq::AVStateEnd);
+    }
+}
+
+void Play::Connect() {
+    const std::string address = m_host.signedAddress(m_streamID);
+    if (address.empty()) {
+        syslog(esyslog_error, kTag, __LINE__, "no media server is set");
+        End(Mediq::FetchStreamError);
+        return;
+    }
+    PlayerCallbacks callbacks;
+    callbacks.playing = [this] { OnPlaying(); };
+    callbacks.size = [this](int width, int height) { m_host.size(m_streamID, width, height); };
+    callbacks.ended = [this] { OnNone(Mediq::NoStreamError, "end of stream"); };
+    callbacks.notFound = [this](const std::string& why) { OnNone(Mediq::NoStreamError, why); };
+    callbacks.refused = [this](const std::string& why) { OnNone(Mediq::FetchStreamError, why); };
+    callbacks.failed = [this](const std::string& why) { OnNone(Mediq::FatalError, why); };
+    m_player = std::make_unique<Player>(address, m_look.audioOutput, std::move(callbacks));
+    m_player->EnableSound(m_look.sound);
+    m_player->SetMode(m_view.mode);
+    m_player->SetWindow(m_view.window);
+    if (!m_player->Start()) {
+        End(Mediq::FatalError);
+    }
+}
+
+void Play::OnPlaying() {
+    const bool answers = m_state == State::Starting;
+    m_state = State::Live;
+    m_limit.Stop();
+    m_retry.Reset();
+    (answers ? m_host.answer : m_host.change)(Mediq::AVStateBegin, m_streamID);
+}
+
+// `state`: what it means when the play was just asked for.
+void Play::OnNone(Mediq::VaxoAVState state, const std::string& reason) {
+    syslog(esyslog_warning, kTag, __LINE__, "stream %s: %s", m_streamID.c_str(), reason.c_str());
+    if (m_state == State::Starting) {
+        End(state);
+        return;
+    }
+    m_player.reset();
+    if (m_state == State::Live) {
+        // The media server is quicker than the channel: whether the stream has ended shows soon.
+        m_state = State::Lost;
+        m_limit.Once(kChannelIsBehind, [this] { TryAgain(); });
+    } else {
+        TryAgain();
+    }
+}
+
+void Play::TryAgain() {
+    m_limit.Stop();
+    if (!m_host.listed(m_streamID)) {
+        End(Mediq::AVStateEnd);
+        return;
+    }
+    if (std::exchange(m_state, State::Broken) == State::Lost) {
+        m_host.change(Mediq::TempBroken, m_streamID);
+    }
+    const bool again = m_retry.Again([this] {
+        m_limit.Once(kAnswerLimit, [this] { OnNone(Mediq::FatalError, "no answer"); });
+        Connect();
+    });
+    if (!again) {
+        End(Mediq::FatalError);
+    }
+}
+
+void Play::End(Mediq::VaxoAVState state) {
+    const auto report = m_state == State::Starting ? m_host.answer : m_host.change;
+    const std::string streamID = m_streamID;
+    const std::function<void()> over = std::exchange(m_over, nullptr);
+    m_limit.Stop();
+    m_retry.Reset();
+    m_player.reset();
+    report(state, streamID);
+    over();  // destroys this
+}
+
+void Play::SetView(const PlayView& view) {
+    m_view = view;
+    if (m_player) {
+        m_player->SetMode(view.mode);
+        m_player->SetWindow(view.window);
+    }
+}
+
+void Play::EnableSound(bool enable) {
+    m_look.sound = enable;
+    if (m_player) {
+        m_player->EnableSound(enable);
+    }
+}
+
+bool Play::TakeSnapshot(Snapshot& out) {
+    return m_player && m_player->TakeRenderSnapshot(out);
+}
+
+Player::Stats Play::GetStats() const {
+    return m_player ? m_player->GetStats() : Player::Stats();
+}
+
+}  // namespace vaxoengine

@@ -1,0 +1,33 @@
+// What the engine measures, for status displays and tests. Beside the live interface, and
+// without any effect on it.
+#ifndef VAXO_VAXOLIVESTATS_H
+#define VAXO_VAXOLIVESTATS_H
+
+#include <string>
+#include <vector>
+
+#include "vaxotypes.h"
+
+namespace Strova {
+
+struct VaxoLivePlayStats {
+    std::string streamID;
+    double fps = 0;            // pictures shown a second
+    unsigned int bitrate = 0;  // bits received a second
+    int latencyMillis = -1;    // age of the last picture; known for the built-in test picture alone
+};
+
+struct VaxoLiveStats {
+    bool publishing = false;
+    double fps = 0;            // pictures encoded a second
+    unsigned int bitrate = 0;  // bits encoded a second, sound included
+    std::vector<VaxoLivePlayStats> plays;
+};
+
+// Values over the last second, renewed about twice a second, of the engine that the proxy
+// uses; empty without one. Any thread; returns at once.
+VAXO_API VaxoLiveStats VaxoLiveGetStats();
+
+}  // namespace Strova
+
+#endif
