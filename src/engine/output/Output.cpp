@@ -207,12 +207,13 @@ void Output::Impl::Finish(OutputEvent event, const std::string& reason) {
 }
 
 void Output::Impl::SayGoodBye(std::function<void()> whenClosed) {
+    const bool broken = !onEvent;  // its end was reported: there is nobody to talk to
     open = false;
     onEvent = nullptr;
     watch.reset();
     closed = std::move(whenClosed);
     kept = shared_from_this();
-    if (!pipeline || !flowing) {
+    if (!pipeline || !flowing || broken) {
         Drop();
         return;
     }

@@ -16,6 +16,18 @@ namespace {
 using livetest::LocalServers;
 using livetest::Member;
 
+// Kilobytes. The address sanitizer keeps 256 MiB of what was freed.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VAXO_MEMORY_IS_KEPT
+#endif
+#endif
+#ifdef VAXO_MEMORY_IS_KEPT
+constexpr long kMayGrow = 300 * 1024;
+#else
+constexpr long kMayGrow = 30 * 1024;
+#endif
+
 std::size_t EntriesOf(const char* folder) {
     std::size_t count = 0;
     DIR* const open = opendir(folder);
@@ -112,7 +124,7 @@ TEST(LiveMany, EnteringPublishingAndLeavingFiftyTimesLeavesNothingBehind) {
         round(i);
     }
     ExpectBackTo(before);
-    EXPECT_LT(ResidentKilobytes() - memory, 30 * 1024);
+    EXPECT_LT(ResidentKilobytes() - memory, kMayGrow);
 }
 
 TEST(LiveMany, InitAndUninitFiftyTimesLeavesNothingBehind) {
