@@ -16,8 +16,10 @@ constexpr const char* kLive =
     " is-live=true format=time min-latency=0 max-bytes=0 max-time=0 leaky-type=downstream ";
 constexpr const char* kRawSound =
     "audio/x-raw,format=S16LE,rate=48000,channels=2,layout=interleaved";
-// Sound that leaves the rhythm by less than this is joined to what came before it.
-constexpr GstClockTime kAuxSlack = 60 * GST_MSECOND;
+// Sound that leaves the rhythm by less than this is joined to what came before it. Behind, it
+// must stay well below what the mixer waits for: sound that is later is not mixed at all.
+constexpr GstClockTime kAuxBehind = 25 * GST_MSECOND;
+constexpr GstClockTime kAuxAhead = 60 * GST_MSECOND;
 
 // The mixer's arithmetic of delays needs sources that can wait: hence min-latency (without it
 // an appsrc says that it cannot) and the queue.
@@ -161,8 +163,9 @@ void CapturePipeline::PushAux(const AuxSound& sound) {
     GstClock* const clock = gst_pipeline_get_clock(GST_PIPELINE(m_pipeline.get()));
     const GstClockTime now = gst_clock_get_time(clock) - m_baseTime;
     gst_object_unref(clock);
-    if (m_nextAux == GST_CLOCK_TIME_NONE || m_nextAux + kAuxSlack < now ||
-        m_nextAux > now + kAuxSlack) {
+    const bool anew = m_nextAux == GST_CLOCK_TIME_NONE || m_nextAux + kAuxBehind < now ||
+                      m_nextAux > now + kAuxAhead;
+    if (anew) {
         m_nextAux = now;
     }
     const auto frames = static_cast<guint64>(sound.bytes / (2 * sound.channels));
@@ -170,6 +173,10 @@ void CapturePipeline::PushAux(const AuxSound& sound) {
     GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
     gst_buffer_fill(buffer, 0, sound.data, size);
     GST_BUFFER_PTS(buffer) = m_nextAux;
+    if (anew) {
+        GST_BUFFER_FLAG_SET(buffer,
+                            GST_BUFFER_FLAG_DISCONT);  // else the mixer joins it all the same
+    }
     GST_BUFFER_DURATION(buffer) =
         gst_util_uint64_scale(frames, GST_SECOND, static_cast<guint64>(sound.sampleRate));
     m_nextAux += GST_BUFFER_DURATION(buffer);

@@ -18,18 +18,18 @@ namespace {
 // A queue longer than this means that the network does not keep up: what comes is left out
 // until it has drained, and pictures begin again with a key frame.
 constexpr GstClockTime kMaxQueued = 2 * GST_SECOND;
-// The first buffers at the sink are headers; the one after them shows that the server took
-// those, because the sink passes one buffer after the other.
-constexpr int kBuffersOfAHeader = 3;
+// The sink passes over headers, and keeps the first media until the server has said yes. The
+// media after it show that it has.
+constexpr int kMediaThatShowIt = 2;
 
 constexpr std::chrono::milliseconds kFarewellLimit{900};
 constexpr std::chrono::milliseconds kLastWords{60};
 
 // The multiplexer waits at most this long for the slower of sound and picture. Sound leaves
-// the encoder 40 to 70 ms after it was heard; what comes later than the wait gets the time
-// stamp of the packet before it.
+// the encoder 40 to 70 ms after it was heard, on a machine that is busy later; what comes
+// later than the wait gets the time stamp of the packet before it.
 constexpr const char* kPipeline =
-    "flvmux name=mux streamable=true latency=200000000 "
+    "flvmux name=mux streamable=true latency=1000000000 "
     "! rtmp2sink name=sink async-connect=true sync=false "
     "appsrc name=video is-live=true format=time max-bytes=0 max-buffers=0 ! mux.video "
     "appsrc name=audio is-live=true format=time max-bytes=0 max-buffers=0 ! mux.audio";
@@ -128,8 +128,11 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
 
 GstPadProbeReturn Output::Impl::AtSink(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer impl) {
     auto* const output = static_cast<Impl*>(impl);
-    output->bytes += gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info));
-    output->CountAtSink();
+    GstBuffer* const buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+    output->bytes += gst_buffer_get_size(buffer);
+    if (!GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_HEADER)) {
+        output->CountAtSink();
+    }
     return GST_PAD_PROBE_OK;
 }
 
@@ -160,7 +163,7 @@ bool Output::Impl::Start() {
 
 // A streaming thread.
 void Output::Impl::CountAtSink() {
-    if (++atSink != kBuffersOfAHeader) {
+    if (++atSink != kMediaThatShowIt) {
         return;
     }
     EngineLoop::Shared().Post([weak = weak_from_this()] {
