@@ -18,8 +18,9 @@
 #include <functional>
 #include <map>
 #include <sstream>
-#include <thread>
 #include <vector>
+
+#include "Within.h"
 
 #ifndef VAXO_SOURCE_DIR
 #define VAXO_SOURCE_DIR "."  // run from the top of the tree
@@ -40,14 +41,7 @@ std::string ReadFile(const std::string& path) {
 }
 
 bool WaitFor(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + kUpperBound;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    return Within(kUpperBound, condition);
 }
 
 // A connected socket with time limits on both directions, or -1.

@@ -16,23 +16,13 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <thread>
+
+#include "Within.h"
 
 extern char** environ;
 
 namespace livetest {
 namespace {
-
-bool Within(std::chrono::seconds bound, const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + bound;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
 
 sockaddr_in Address(const std::string& host, int port) {
     sockaddr_in address{};

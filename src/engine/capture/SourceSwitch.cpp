@@ -27,7 +27,10 @@ SourceSwitch::SourceSwitch(SourceSinks sinks, std::function<void(const std::stri
       m_onTrouble(std::move(onTrouble)),
       m_self(std::make_shared<SourceSwitch*>(this)) {}
 
-SourceSwitch::~SourceSwitch() = default;
+// One source may feed both, and both must be there until it has ended.
+SourceSwitch::~SourceSwitch() {
+    Stop();
+}
 
 void SourceSwitch::Run(GstClockTime baseTime, const SourceWish& wish) {
     if (m_baseTime != baseTime) {

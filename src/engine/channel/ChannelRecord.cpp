@@ -5,6 +5,8 @@
 #include <tuple>
 #include <utility>
 
+#include "engine/base/Hex.h"
+
 namespace vaxoengine {
 
 namespace {
@@ -81,17 +83,6 @@ bool IsAddress(const std::string& text) {
     return !text.empty() && text.size() <= kRecordText &&
            std::all_of(text.begin(), text.end(),
                        [](char c) { return c > ' ' && c <= '~' && c != '"' && c != '\\'; });
-}
-
-std::string ToHex(const std::string& bytes) {
-    static const char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        const unsigned byte = static_cast<unsigned char>(c);
-        hex += kDigits[byte >> 4U];
-        hex += kDigits[byte & 15U];
-    }
-    return hex;
 }
 
 int DigitOf(char c) {

@@ -1,7 +1,7 @@
 #include "engine/channel/LinkThreads.h"
 
 #include <mosquitto.h>
-#include <signal.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -12,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "common/xplatform/posix/vaxosignals.h"
 #include "vaxothread.h"
 
 namespace vaxoengine {
@@ -29,6 +30,7 @@ struct Threads {
     std::condition_variable finished;
     std::list<LinkThread> list;
     bool exiting = false;
+    const pid_t process = getpid();
 };
 
 void EndAll();
@@ -74,6 +76,9 @@ void JoinFinished(Threads* threads, std::unique_lock<std::mutex>* lock) {
 
 void EndAll() {
     Threads& threads = Shared();
+    if (getpid() != threads.process) {
+        return;  // a forked child has none of the threads, and the lock may be held for ever
+    }
     std::unique_lock<std::mutex> lock(threads.mutex);
     threads.exiting = true;
     for (LinkThread& thread : threads.list) {
@@ -101,22 +106,6 @@ void RunThread(LinkThread* self, std::function<void()> body) {
     threads.finished.notify_all();
 }
 
-// The thread inherits the mask of the one that makes it.
-class NoSignals {
-public:
-    NoSignals() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_before);
-    }
-    ~NoSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    NoSignals(const NoSignals&) = delete;
-    NoSignals& operator=(const NoSignals&) = delete;
-
-private:
-    sigset_t m_before;
-};
-
 }  // namespace
 
 bool StartLinkThread(std::function<void()> body, std::function<void()> stop) {
@@ -126,7 +115,7 @@ bool StartLinkThread(std::function<void()> body, std::function<void()> stop) {
     if (threads.exiting) {
         return false;
     }
-    const NoSignals masked;
+    const CVAXOSignalsBlocked blocked;
     const auto place = threads.list.emplace(threads.list.end());
     place->stop = std::move(stop);
     LinkThread* const self = &*place;

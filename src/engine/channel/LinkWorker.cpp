@@ -13,6 +13,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/base/Hex.h"
 #include "engine/channel/ChannelRecord.h"
 #include "engine/channel/LinkThreads.h"
 #include "kernel/connection/VaxoWipe.h"
@@ -29,17 +30,6 @@ constexpr milliseconds kTick(500);
 constexpr milliseconds kCrowded(20);
 constexpr int kKeepAliveSeconds = 5;
 constexpr int kRefusal = 0x80;  // reason codes from here on are refusals
-
-std::string Hex(const std::string& bytes) {
-    static const char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        const unsigned byte = static_cast<unsigned char>(c);
-        hex += kDigits[byte >> 4U];
-        hex += kDigits[byte & 15U];
-    }
-    return hex;
-}
 
 bool IsReset(int systemError) {
     return systemError == ECONNRESET || systemError == EPIPE;
@@ -151,7 +141,7 @@ bool LinkWorker::Make() {
 }
 
 bool LinkWorker::SetKey() {
-    std::string key = Hex(m_state->config.key);
+    std::string key = ToHex(m_state->config.key);
     const int code =
         mosquitto_tls_psk_set(m_client, key.c_str(), m_state->config.identity.c_str(), nullptr);
     VaxoWipe(key);

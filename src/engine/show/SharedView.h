@@ -1,5 +1,6 @@
 // What any thread may ask an engine at any moment: its channel, its streams, what it
-// publishes. The engine's thread writes it; nobody calls anything while the lock is held.
+// publishes. The engine's thread writes it, but for the numbers of requests, which the
+// caller takes; nobody calls anything while the lock is held.
 #ifndef VAXO_ENGINE_SHOW_SHAREDVIEW_H
 #define VAXO_ENGINE_SHOW_SHAREDVIEW_H
 

@@ -17,7 +17,7 @@ enum AudioDeviceKind : int32 {
 
 // Identifier to name. The built-in ones are always there: test picture and test tone; for
 // sound output "none:sink", which plays to nobody in real time. Any thread; asks the system
-// each time (about 30 ms), which never waits for the engine's thread.
+// each time (about 30 ms), one thread after another, and waits for nothing else.
 std::map<std::string, std::string> VideoDevices();
 std::map<std::string, std::string> AudioDevices(AudioDeviceKind kind);
 

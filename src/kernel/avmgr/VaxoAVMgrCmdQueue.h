@@ -20,15 +20,16 @@
 //   queue. Accepted commands that no join removed run exactly once, in order.
 // - A command may report its own completion from inside its execute function.
 // - No command runs while a lock on the waiting list is held, and no command is
-//   destroyed under it: an execute function, and the destructor of anything a
-//   command captured, may call the queue.
+//   destroyed under it while there is memory: an execute function, and the
+//   destructor of anything a command captured, may call the queue.
 //
 // Non-guarantees
 // - Nothing times a held command out. A command of types 1 to 6 holds the queue
 //   also when its execute failed, until its completion is reported.
 // - The executing command takes no part in joins.
-// - Join functions and the observer run under the list's lock: they must not call
-//   the queue.
+// - Join functions, the observer and the log's sink run under the list's lock: they
+//   must not call the queue, nor take a lock that is held where the queue is called.
+// - Without memory a command may be answered as stored and not be: nobody hears of it.
 // - A queue other than the shared one must outlive the passes it has started:
 //   they hold a plain pointer.
 //

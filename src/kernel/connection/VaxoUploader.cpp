@@ -3,13 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "common/xplatform/posix/vaxosignals.h"
 #include "connection/VaxoSign.h"
 #include "vaxolog.h"
 #include "vaxothread.h"
@@ -75,23 +75,6 @@ bool Register(const std::shared_ptr<VaxoUploader>& uploader) {
     all.push_back(uploader);
     return true;
 }
-
-// The signals of the process are not for the library's threads: a thread starts with the mask
-// of the one that makes it.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t mask;
-        static_cast<void>(::sigfillset(&mask));
-        static_cast<void>(::pthread_sigmask(SIG_SETMASK, &mask, &m_former));
-    }
-    ~SignalsBlocked() { static_cast<void>(::pthread_sigmask(SIG_SETMASK, &m_former, nullptr)); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t m_former{};
-};
 
 void LogEnd(int32 level, int32 line, const VaxoUpload& upload, const std::string& text) {
     syslog(level, s_tag, line, "upload of %s to %s: %s", upload.file.c_str(),
@@ -161,7 +144,7 @@ bool VaxoUploader::StartThread() {
     if (!VaxoTransferReady() || !Register(shared_from_this())) {
         return false;
     }
-    const SignalsBlocked blocked;
+    const CVAXOSignalsBlocked blocked;
     try {
         m_thread = std::thread([this] { Run(); });
     } catch (const std::system_error&) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/OnLoop.h"
 #include "engine/base/GstRef.h"
 
 namespace {
@@ -14,17 +15,6 @@ namespace {
 using std::chrono::milliseconds;
 using vaxoengine::EngineLoop;
 using vaxoengine::EngineTimer;
-
-// Runs on the engine's thread and waits for it.
-template <class Func>
-void OnLoop(Func func) {
-    std::promise<void> done;
-    EngineLoop::Shared().Post([&] {
-        func();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
 
 TEST(EngineLoop, JobsRunInTheOrderPostedOnItsThread) {
     std::string order;

@@ -7,18 +7,17 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 #include <gtest/gtest.h>
 
-#include "engine/base/EngineLoop.h"
+#include "Within.h"
+#include "engine/OnLoop.h"
 #include "engine/base/GstRef.h"
 #include "engine/capture/Capture.h"
 #include "engine/source/MediaSource.h"
@@ -29,26 +28,9 @@ using namespace vaxoengine;
 
 constexpr std::chrono::seconds kLong{40};
 
-template <class Job>
-void OnLoop(Job job) {
-    std::promise<void> done;
-    EngineLoop::Shared().Post([&] {
-        job();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
-
 // Until the condition holds, or far too long.
 inline bool Eventually(const std::function<bool()>& condition) {
-    const auto until = std::chrono::steady_clock::now() + kLong;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
+    return Within(kLong, condition);
 }
 
 inline bool IsKey(GstSample* sample) {

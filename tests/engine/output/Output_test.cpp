@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "connection/VaxoSign.h"
-#include "engine/base/EngineLoop.h"
+#include "engine/OnLoop.h"
 #include "engine/capture/Capture.h"
 #include "servers/LocalServers.h"
 
@@ -22,19 +22,8 @@ namespace {
 
 using livetest::LocalServers;
 using vaxoengine::Capture;
-using vaxoengine::EngineLoop;
 using vaxoengine::Output;
 using vaxoengine::OutputEvent;
-
-template <class Func>
-void OnLoop(Func func) {
-    std::promise<void> done;
-    EngineLoop::Shared().Post([&] {
-        func();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
 
 // A capture of the test picture that feeds one output after another.
 class OutputToServer : public ::testing::Test {

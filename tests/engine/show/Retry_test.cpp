@@ -6,21 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/OnLoop.h"
+
 namespace {
 
 using std::chrono::milliseconds;
-using vaxoengine::EngineLoop;
 using vaxoengine::Retry;
-
-template <class Func>
-void OnLoop(Func func) {
-    std::promise<void> done;
-    EngineLoop::Shared().Post([&] {
-        func();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
 
 TEST(Retries, PausesDoubleUntilTheTimeIsOver) {
     Retry retry(milliseconds(500), milliseconds(4000), milliseconds(10000));

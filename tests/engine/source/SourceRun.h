@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,19 +12,9 @@
 
 #include <gst/gst.h>
 
+#include "engine/OnLoop.h"
 #include "engine/base/EngineLoop.h"
 #include "engine/source/MediaSource.h"
-
-// Runs on the engine's thread and waits for it.
-template <class Func>
-void OnLoop(Func func) {
-    std::promise<void> done;
-    vaxoengine::EngineLoop::Shared().Post([&] {
-        func();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
 
 // What a test needs of a sample.
 struct Taken {

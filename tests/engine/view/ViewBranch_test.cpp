@@ -2,13 +2,12 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <future>
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "engine/base/EngineLoop.h"
+#include "engine/OnLoop.h"
 #include "engine/base/GstRef.h"
 #include "engine/view/VirtualScreen.h"
 
@@ -17,22 +16,10 @@ namespace {
 using livetest::ComesTrue;
 using livetest::TestWindow;
 using livetest::VirtualScreen;
-using vaxoengine::EngineLoop;
 using vaxoengine::Find;
 using vaxoengine::GstRef;
 using vaxoengine::MakePipeline;
 using vaxoengine::ViewBranch;
-
-// Runs on the engine's thread and waits for it.
-template <class Func>
-void OnLoop(Func func) {
-    std::promise<void> done;
-    EngineLoop::Shared().Post([&] {
-        func();
-        done.set_value();
-    });
-    done.get_future().wait();
-}
 
 // What the pattern of seven bars shows at its top.
 constexpr unsigned long kBlack = 0x000000;

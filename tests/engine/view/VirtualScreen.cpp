@@ -10,13 +10,14 @@
 #include <chrono>
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 // Last: they define macros with everyday names.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+
+#include "Within.h"
 
 namespace livetest {
 
@@ -143,14 +144,7 @@ unsigned long TestWindow::Pixel(int x, int y) const {
 }
 
 bool ComesTrue(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return Within(std::chrono::seconds(30), condition);
 }
 
 }  // namespace livetest

@@ -4,9 +4,9 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 #include <type_traits>
 
+#include "Within.h"
 #include "base/VaxoAppSetting.h"
 #include "connection/VaxoAVConnHttpImpl.h"
 #include "connection/VaxoSign.h"
@@ -142,14 +142,7 @@ int ConnHttpFixture::Logged(const std::string& text) {
 }
 
 bool ConnHttpFixture::WaitLogged(const std::string& text, int count) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (Logged(text) < count) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return Within(std::chrono::seconds(30), [&] { return Logged(text) >= count; });
 }
 
 }  // namespace httptest

@@ -56,6 +56,9 @@ VAXO_API void syslog(int32 level, const char* tag, int32 line, const char* forma
 // returns. Lines of different threads may arrive at once: the sink brings its
 // own lock. No lock of the log is held, so the sink may call every function of
 // this header; a line that it logs goes to it again, nested. It must not throw.
+//
+// Who logs may hold a lock: the command queue does. So a sink calls nothing else
+// of the library, and takes no lock that is held where the library is called.
 typedef void (*vaxolog_sink)(void* context, int32 level, const char* tag, int32 line,
                              const char* text);
 

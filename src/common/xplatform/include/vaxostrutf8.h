@@ -21,7 +21,8 @@
 //   anybody else's "%s" test for it.
 // - A string does not release memory when it becomes shorter; clear(), assigning
 //   null and reserve() do.
-// - Not thread-safe: one thread at a time for each string.
+// - Not thread-safe: one thread at a time for each string. While nobody changes it,
+//   several may read it (c_str, size, comparisons).
 //
 // A pointer or reference into the string is valid until the string changes.
 #ifndef VAXO_VAXOSTRUTF8_H

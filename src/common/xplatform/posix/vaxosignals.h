@@ -1,6 +1,6 @@
 // Keeps the application's signal handlers off the library's own threads.
 //
-// Private to the platform layer.
+// For the library's own sources that start a thread; applications do not include it.
 #ifndef VAXO_VAXOSIGNALS_H
 #define VAXO_VAXOSIGNALS_H
 
