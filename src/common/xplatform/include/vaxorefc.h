@@ -30,6 +30,7 @@
 
 #include <atomic>
 
+#include "vaxosched.h"
 #include "vaxotypes.h"
 
 class CRefCount {
@@ -109,11 +110,17 @@ public:
     explicit CScopeHolder(T* instance) : p(instance) {}
 
     CRefCount* SafeInstance() override { return this; }
-    bool IsValid() override { return p.load(std::memory_order_acquire) != nullptr; }
+    bool IsValid() override {
+        vaxosched_reach(&p);
+        return p.load(std::memory_order_acquire) != nullptr;
+    }
 
     // The instance goes. Called by the source; an owner may call it earlier, and
     // any thread may call it again.
-    void Detach() { p.store(nullptr, std::memory_order_release); }
+    void Detach() {
+        vaxosched_reach(&p);
+        p.store(nullptr, std::memory_order_release);
+    }
 
     // The watched instance, null once it is gone. Atomic: the source clears it
     // on one thread while workers look at it on theirs.

@@ -22,16 +22,20 @@
 #include <mutex>
 #include <utility>
 
+#include "vaxosched.h"
+
 namespace vaxo {
 
 template <class T>
 std::shared_ptr<T> slot_load(const std::shared_ptr<T>& slot) {
+    vaxosched_reach(&slot);
     return std::atomic_load(&slot);
 }
 
 // Puts `value` in and returns what was there.
 template <class T>
 std::shared_ptr<T> slot_exchange(std::shared_ptr<T>& slot, std::shared_ptr<T> value) {
+    vaxosched_reach(&slot);
     return std::atomic_exchange(&slot, std::move(value));
 }
 
@@ -40,9 +44,10 @@ std::shared_ptr<T> slot_exchange(std::shared_ptr<T>& slot, std::shared_ptr<T> va
 // others are dropped.
 template <class T, class Make>
 std::shared_ptr<T> slot_load_or_make(std::shared_ptr<T>& slot, Make make) {
-    std::shared_ptr<T> current = std::atomic_load(&slot);
+    std::shared_ptr<T> current = slot_load(slot);
     if (!current) {
         std::shared_ptr<T> made = make();
+        vaxosched_reach(&slot);
         if (std::atomic_compare_exchange_strong(&slot, &current, made)) {
             return made;
         }
@@ -63,6 +68,7 @@ inline std::mutex& weak_slot_lock() {
 // the former one leaves no moment in which this finds neither.
 template <class T>
 std::shared_ptr<T> slot_lock(const std::weak_ptr<T>& slot) {
+    vaxosched_reach(&slot);
     const std::lock_guard<std::mutex> lock(weak_slot_lock());
     return slot.lock();
 }
@@ -70,6 +76,7 @@ std::shared_ptr<T> slot_lock(const std::weak_ptr<T>& slot) {
 // Puts `value` in and returns what was there.
 template <class T>
 std::weak_ptr<T> slot_exchange(std::weak_ptr<T>& slot, std::weak_ptr<T> value) {
+    vaxosched_reach(&slot);
     const std::lock_guard<std::mutex> lock(weak_slot_lock());
     slot.swap(value);
     return value;
