@@ -22,13 +22,19 @@ const Limits kEnough;
 // Two threads add one each, in two steps; both read before one wrote.
 int s_sum = 0;
 
+// Adds; the sum then. The sanitizer need not look: that is what the explorer is to find.
+int Sum(int change) {
+    const Unseen unseen;
+    return s_sum += change;
+}
+
 Program LostUpdate() {
     Program program = WithBody([] {
         const auto add = [] {
             Reach(Kind::Program, &s_sum);
-            const int read = s_sum;
+            const int read = Sum(0);
             Reach(Kind::Program, &s_sum);
-            s_sum = read + 1;
+            Sum(read + 1 - Sum(0));
         };
         const int first = Spawn("first", add);
         const int second = Spawn("second", add);

@@ -66,6 +66,22 @@ Program CompletionInside() {
     return program;
 }
 
+// The completion that such an event asks for ends the pass's hold on the executing slot: the
+// rest of the pass goes on without it.
+Program EventInsideSync() {
+    Program program =
+        OnStage("event-inside-sync", "an event from inside a call that holds nothing", [] {
+            Proxy()->EnableMic(true);
+            Proxy()->PlayStream("a", 0);
+        });
+    program.prepare = [] {
+        Stage().Begin();
+        Stage().DropApp();
+        Stage().GiveInside("EnableMic", [](IVaxoLiveCallback& callback) { callback.OnLogout(0); });
+    };
+    return program;
+}
+
 Program FailingCalls() {
     Program program = OnStage("failing-calls", "the engine refuses what two callers ask", [] {
         InParallel({{"player", [] { Proxy()->PlayStream("a", 0); }},
@@ -214,9 +230,9 @@ Program FirstUse() {
 }  // namespace
 
 void AddLivePrograms(std::vector<Program>& programs) {
-    for (const auto& make :
-         {&TwoCallers, &CompletionInside, &FailingCalls, &LeaveWhilePublishing, &LogoutInitUninit,
-          &GettersWhileHeld, &SetCallbackAgainstEvents, &NoEventLostOnReplace, &FirstUse}) {
+    for (const auto& make : {&TwoCallers, &CompletionInside, &EventInsideSync, &FailingCalls,
+                             &LeaveWhilePublishing, &LogoutInitUninit, &GettersWhileHeld,
+                             &SetCallbackAgainstEvents, &NoEventLostOnReplace, &FirstUse}) {
         programs.push_back(make());
     }
 }

@@ -55,6 +55,7 @@ LiveStage& LiveStage::The() {
 void LiveStage::Begin(bool withEngine) {
     m_watch = QueueWatch();
     m_answers.clear();
+    m_inside.clear();
     m_owed.clear();
     m_unanswered.clear();
     m_listsStream = false;
@@ -149,6 +150,7 @@ void LiveStage::AnswerTheRest() {
 
 int LiveStage::EnterEngine(const std::string& operation, Event answer) {
     Answer how = Answer::Later;
+    Event inside;
     {
         const Unseen unseen;
         if (std::strcmp(SelfName(), "QR.0") != 0) {
@@ -160,8 +162,12 @@ int LiveStage::EnterEngine(const std::string& operation, Event answer) {
         m_inEngine = operation;
         const auto found = m_answers.find(operation);
         how = found == m_answers.end() ? Answer::Later : found->second;
+        inside = m_inside[operation];
     }
     Reach(Kind::Program, &m_owed);
+    if (inside) {
+        Give({inside, true});
+    }
     const Owed owed = {std::move(answer), true};
     if (how == Answer::Inside && owed.event) {
         Give(owed);
@@ -185,7 +191,11 @@ void LiveStage::SetEngineCallback(std::weak_ptr<IVaxoLiveCallback> callback) {
 void LiveStage::ReplaceApp() {
     const std::shared_ptr<IVaxoLiveCallback> next = std::make_shared<App>();
     CVaxoLiveProxy::GetInstance()->SetCallback(next);
-    const std::shared_ptr<IVaxoLiveCallback> former = std::exchange(m_app, next);
+    std::shared_ptr<IVaxoLiveCallback> former;
+    {
+        const Unseen unseen;
+        former = std::exchange(m_app, next);
+    }
     Reach(Kind::Program, this);
 }
 

@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "IVaxoLive.h"
@@ -40,6 +41,10 @@ public:
     void Let(const std::string& operation, Answer answer) { m_answers[operation] = answer; }
     typedef std::function<void(Strova::IVaxoLiveCallback&)> Event;
 
+    // An event that the engine gives inside an operation that has no answer, "EnableMic".
+    void GiveInside(const std::string& operation, Event event) {
+        m_inside[operation] = std::move(event);
+    }
     // Whether the engine's list of streams has one, "a"; else it is empty.
     void ListStream(bool lists) { m_listsStream = lists; }
     bool ListsStream() const { return m_listsStream; }
@@ -76,6 +81,7 @@ private:
 
     QueueWatch m_watch;
     std::map<std::string, Answer> m_answers;
+    std::map<std::string, Event> m_inside;
     std::deque<Owed> m_owed;
     std::vector<Owed> m_unanswered;
     std::weak_ptr<Strova::IVaxoLiveCallback> m_callback;

@@ -49,7 +49,7 @@ void Print(const Program& program, const std::string& strategy, const Outcome& o
                 outcome.exhausted ? ", exhausted" : "", outcome.failed ? ", FAILED" : "");
     if (outcome.failed) {
         const Schedule small = Shrink(program, outcome);
-        std::printf("%s\nschedule \"%s\" of \"%s\"\n", outcome.failure.c_str(),
+        std::printf("failure: %s\nschedule \"%s\" of \"%s\"\n", outcome.failure.c_str(),
                     TextOf(small).c_str(), TextOf(outcome.schedule).c_str());
     }
 }

@@ -20,26 +20,54 @@ void __tsan_acquire(void* address);
 void __tsan_release(void* address);
 void __tsan_ignore_thread_begin();
 void __tsan_ignore_thread_end();
+void AnnotateIgnoreSyncBegin(const char* file, int line);
+void AnnotateIgnoreSyncEnd(const char* file, int line);
 }
 #endif
 
 namespace explore {
 
 #if defined(VAXO_EXPLORE_TSAN)
-inline void Acquire(const void* tag) {
-    __tsan_acquire(const_cast<void*>(tag));  // an address only, nothing is written
+inline int& UnseenDepth() {
+    thread_local int t_depth = 0;
+    return t_depth;
 }
-inline void Release(const void* tag) {
-    __tsan_release(const_cast<void*>(tag));
-}
+
 // The explorer's own work: neither its memory nor its synchronisation counts.
 class Unseen {
 public:
-    Unseen() { __tsan_ignore_thread_begin(); }
-    ~Unseen() { __tsan_ignore_thread_end(); }
+    Unseen() {
+        if (UnseenDepth()++ == 0) {
+            __tsan_ignore_thread_begin();
+            AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
+        }
+    }
+    ~Unseen() {
+        if (--UnseenDepth() == 0) {
+            AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
+            __tsan_ignore_thread_end();
+        }
+    }
     Unseen(const Unseen&) = delete;
     Unseen& operator=(const Unseen&) = delete;
 };
+
+// Also from inside of what is unseen.
+inline void Announce(void (*what)(void*), const void* tag) {
+    if (UnseenDepth() != 0) {
+        AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
+    }
+    what(const_cast<void*>(tag));  // an address only, nothing is written
+    if (UnseenDepth() != 0) {
+        AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
+    }
+}
+inline void Acquire(const void* tag) {
+    Announce(&__tsan_acquire, tag);
+}
+inline void Release(const void* tag) {
+    Announce(&__tsan_release, tag);
+}
 #else
 inline void Acquire(const void* /*tag*/) {}
 inline void Release(const void* /*tag*/) {}

@@ -34,6 +34,8 @@ struct Thread {
     std::function<bool()> ready;  // empty: at once
     Kept waits = Kept::UntilItEnds;
     std::uint64_t history = 0;
+    std::uint64_t run = 0;  // the one it has made a step in
+    char work = 0;          // its address stands for all that it has done
     Baton baton;
 };
 
@@ -69,6 +71,8 @@ struct World {
     Record* report = nullptr;
     const std::function<void()>* afterStep = nullptr;
     bool recording = false;
+    std::uint64_t run = 0;
+    char begin = 0;  // its address stands for what was done before the run
 };
 
 // Never destroyed: the system threads stay.
@@ -188,10 +192,14 @@ void Give(Thread* next) {
 
 // The calling thread stands before its step; others may go first.
 void Yield(Thread& self) {
+    Release(&self.work);
     Thread* const next = Pick(&self);
     if (next != &self) {
         Give(next);
         self.baton.Take();
+    }
+    if (std::exchange(self.run, W().run) != W().run) {
+        Acquire(&W().begin);
     }
     Happened(self);
 }
@@ -207,6 +215,7 @@ void RunBody(Thread& self) {
     self.body();
     self.body = nullptr;
     Release(&self.index);
+    Release(&self.work);
     const Unseen unseen;
     self.kind = Kind::ThreadEnd;
     self.object = &self;
@@ -289,11 +298,16 @@ void Run(const std::function<void()>& body, Chooser& chooser, Record& record,
         BeginRun(record);
     }
     world.recording = true;
+    ++world.run;
+    Release(&world.begin);
     Spawn("main", body);
     const Unseen unseen;
     Give(Pick(nullptr));
     world.controller.Take();
     world.recording = false;
+    for (const auto& thread : world.threads) {
+        Acquire(&thread->work);
+    }
 }
 
 int Spawn(const std::string& name, std::function<void()> body, Kept kept) {

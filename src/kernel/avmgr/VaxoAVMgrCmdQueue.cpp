@@ -1,6 +1,7 @@
 #include "avmgr/VaxoAVMgrCmdQueue.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "utils/VaxoQueueRunner.h"
@@ -55,10 +56,12 @@ VaxoAVMgrCmdJoinResult CVaxoAVMgrCmdQueue::AddCmd(std::shared_ptr<VaxoAVMgrCmd> 
                former->GetDescription(), former->ddwExtraData, former->strExtraData.c_str(),
                VaxoDescription(result));
         if (result == CmdJoin_InvalidateFormer) {
+            if (removed.Add(former) != 0) {
+                throw std::bad_alloc();  // it still waits, and nobody was told otherwise
+            }
             if (m_pCB != nullptr) {
                 m_pCB->OnCmdRemoved(former);
             }
-            removed.Add(former);
             it = m_CmdQueue.erase(it);
         } else {
             ++it;

@@ -20,8 +20,8 @@
 //   queue. Accepted commands that no join removed run exactly once, in order.
 // - A command may report its own completion from inside its execute function.
 // - No command runs while a lock on the waiting list is held, and no command is
-//   destroyed under it while there is memory: an execute function, and the
-//   destructor of anything a command captured, may call the queue.
+//   destroyed under it: an execute function, and the destructor of anything a
+//   command captured, may call the queue.
 //
 // Non-guarantees
 // - Nothing times a held command out. A command of types 1 to 6 holds the queue
