@@ -17,8 +17,8 @@ constexpr std::string_view kFileScheme = "file://";
 
 Devices ToStd(const vaxostl::map<vaxo::strutf8, vaxo::strutf8>& list) {
     Devices devices;
-    for (auto entry = list.begin(); entry != list.end(); ++entry) {
-        devices[vaxoapp::ToStd(entry->getKey())] = vaxoapp::ToStd(entry->getValue());
+    for (const auto& entry : list) {
+        devices[vaxoapp::ToStd(entry.getKey())] = vaxoapp::ToStd(entry.getValue());
     }
     return devices;
 }

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 
 #include "Text.h"
@@ -25,7 +24,7 @@ bool EventLog::Open(const std::string& path, std::string& error) {
     const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     std::FILE* const file = fd < 0 ? nullptr : ::fdopen(fd, "w");
     if (file == nullptr) {
-        error = "events file " + Printable(path) + ": " + std::strerror(errno);
+        error = "events file " + Printable(path) + ": " + SystemError(errno);
         if (fd >= 0) {
             ::close(fd);
         }

@@ -48,7 +48,7 @@ int Digit(char character) {
 std::string Fault(int fd) {
     struct stat info = {};
     if (::fstat(fd, &info) != 0) {
-        return std::strerror(errno);
+        return SystemError(errno);
     }
     if (!S_ISREG(info.st_mode)) {
         return "is not a regular file";
@@ -91,7 +91,7 @@ bool ReadKeyFile(const std::string& path, vaxo::stream& key, std::string& error)
     const std::string name = "key file " + Printable(path) + ": ";
     const Descriptor file(path);
     if (file.Get() < 0) {
-        error = name + std::strerror(errno);
+        error = name + SystemError(errno);
         return false;
     }
     const std::string fault = Fault(file.Get());
@@ -102,7 +102,7 @@ bool ReadKeyFile(const std::string& path, vaxo::stream& key, std::string& error)
     std::array<char, 1024> content{};  // more than any key needs; a longer file is refused
     const ssize_t got = ::read(file.Get(), content.data(), content.size());
     if (got < 0) {
-        error = name + std::strerror(errno);
+        error = name + SystemError(errno);
         return false;
     }
     if (!ReadKeyText(std::string(content.data(), static_cast<std::size_t>(got)), key, error)) {

@@ -51,6 +51,7 @@ void SetViews(Visit& visit, const PlayOptions& options, const std::vector<std::s
     std::vector<unsigned long> ids = options.windows;
     if (options.window) {
         std::vector<std::string> titles;
+        titles.reserve(streams.size());
         for (const std::string& stream : streams) {
             titles.push_back("vaxolive: " + Printable(stream));
         }

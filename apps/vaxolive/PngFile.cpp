@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 
 #include "Text.h"
 
@@ -34,7 +33,7 @@ bool WritePng(const std::string& path, const Picture& picture, std::string& erro
         return false;
     }
     if (std::rename(part.c_str(), path.c_str()) != 0) {
-        error = "picture " + Printable(path) + ": " + std::strerror(errno);
+        error = "picture " + Printable(path) + ": " + SystemError(errno);
         std::remove(part.c_str());
         return false;
     }

@@ -47,6 +47,7 @@ constexpr std::size_t kMostLine = 4096;
 constexpr std::size_t kMostLines = 1000;
 
 std::string Environment(const char* name) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here ever changes the environment
     const char* const value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
 }

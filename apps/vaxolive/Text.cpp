@@ -3,6 +3,7 @@
 #include <charconv>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace vaxoapp {
 
@@ -52,7 +53,7 @@ std::string ToStd(const vaxo::strutf8& text) {
 }
 
 vaxo::strutf8 ToVaxo(const std::string& text) {
-    return vaxo::strutf8(text.data(), static_cast<uint32>(text.size()));
+    return {text.data(), static_cast<uint32>(text.size())};
 }
 
 std::string Printable(const std::string& text, std::size_t limit) {
@@ -99,6 +100,10 @@ std::string Unsigned(const std::string& address) {
         open.replace(token, (end == std::string::npos ? open.size() : end) - token, "...");
     }
     return open;
+}
+
+std::string SystemError(int number) {
+    return std::generic_category().message(number);
 }
 
 bool ParseNumber(const std::string& text, long long least, long long most, long long& out) {

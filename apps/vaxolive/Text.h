@@ -25,6 +25,9 @@ std::string JsonText(const std::string& text);
 // The address without what lets its reader in: the query, and the token of an HLS path.
 std::string Unsigned(const std::string& address);
 
+// What the system means by an error number.
+std::string SystemError(int number);
+
 // A whole number from `least` to `most`, nothing else around it.
 bool ParseNumber(const std::string& text, long long least, long long most, long long& out);
 

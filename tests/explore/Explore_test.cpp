@@ -25,8 +25,8 @@ std::string Report(const Program& program, const Outcome& outcome) {
            (outcome.failed ? TextOf(Shrink(program, outcome)) : "") + "\"";
 }
 
-// A sanitizer makes a run ten times as long, and looks at more: it gets one preemption.
-#if defined(VAXO_EXPLORE_SANITIZED)
+// A sanitizer or an emulator makes a run ten times as long: it gets one preemption.
+#if defined(VAXO_EXPLORE_SLOW)
 const int kPreemptions = 1;
 #else
 const int kPreemptions = 2;

@@ -117,6 +117,21 @@ Program LogoutInitUninit() {
     });
 }
 
+// A completion that waits to write while a pass reads, and an event that looks at both.
+Program TwoEvents() {
+    Program program =
+        OnStage("two-events", "two threads of the engine give events while a pass runs", [] {
+            InParallel({{"news", [] { Proxy()->OnGetStreamList(0); }},
+                        {"state", [] { Proxy()->OnPlayStateUpdate(Mediq::AVStateBegin, "x"); }},
+                        {"setter", [] { Proxy()->EnableMic(true); }}});
+        });
+    program.prepare = [] {
+        Stage().Begin();
+        Stage().DropApp();
+    };
+    return program;
+}
+
 // The engine does not answer: whoever waited for that would wait for ever.
 Program GettersWhileHeld() {
     Program program =
@@ -230,9 +245,10 @@ Program FirstUse() {
 }  // namespace
 
 void AddLivePrograms(std::vector<Program>& programs) {
-    for (const auto& make : {&TwoCallers, &CompletionInside, &EventInsideSync, &FailingCalls,
-                             &LeaveWhilePublishing, &LogoutInitUninit, &GettersWhileHeld,
-                             &SetCallbackAgainstEvents, &NoEventLostOnReplace, &FirstUse}) {
+    for (const auto& make :
+         {&TwoCallers, &CompletionInside, &EventInsideSync, &FailingCalls, &LeaveWhilePublishing,
+          &LogoutInitUninit, &TwoEvents, &GettersWhileHeld, &SetCallbackAgainstEvents,
+          &NoEventLostOnReplace, &FirstUse}) {
         programs.push_back(make());
     }
 }
