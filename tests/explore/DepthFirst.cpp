@@ -39,14 +39,20 @@ bool DepthFirst::WasHere(const Decision& decision, int left) {
     return false;
 }
 
-void DepthFirst::Learn(const Record& record) {
+bool DepthFirst::Learn(const Record& record) {
+    for (const Frame& frame : m_frames) {
+        if (frame.decision >= record.decisions ||
+            record.decision[frame.decision].chosen != frame.options[frame.at]) {
+            return false;
+        }
+    }
     const std::uint32_t known = m_frames.empty() ? 0 : m_frames.back().decision + 1;
     int left = m_bound;
     for (std::uint32_t i = 0; i < record.decisions; ++i) {
         const Decision& decision = record.decision[i];
         if (i >= known) {
             if (WasHere(decision, left)) {
-                return;
+                return true;
             }
             Frame frame = {i, {DefaultOf(decision)}, 0};
             for (int thread = 0; thread < kMaxThreads; ++thread) {
@@ -63,6 +69,7 @@ void DepthFirst::Learn(const Record& record) {
             --left;
         }
     }
+    return true;
 }
 
 }  // namespace explore

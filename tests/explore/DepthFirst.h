@@ -27,8 +27,9 @@ public:
     // The next schedule to run; false when there is none left.
     bool Next(Schedule* schedule);
 
-    // What came of it. After each Next, before the following one.
-    void Learn(const Record& record);
+    // What came of it. After each Next, before the following one. false: the same decisions
+    // have led somewhere else than before, so that nothing can be said of the rest.
+    bool Learn(const Record& record);
 
 private:
     struct Frame {

@@ -43,6 +43,7 @@ void ReadTwice() {
     Locks().lock->LockRD();
     static_cast<void>(Locks().value + 1);
     Locks().lock->Unlock();
+    Reach(Kind::Program, &Locks());  // still inside the outer hold
     static_cast<void>(Locks().value + 1);
     Count(&Locks().readers, -1);
     Locks().lock->Unlock();
@@ -51,6 +52,7 @@ void ReadTwice() {
 void Write() {
     Locks().lock->LockRW();
     Count(&Locks().writers, 1);
+    Reach(Kind::Program, &Locks());  // here somebody else may look in
     ++Locks().value;
     Count(&Locks().writers, -1);
     Locks().lock->Unlock();
@@ -120,6 +122,13 @@ void MustHaveRunOnceAtMost() {
     }
 }
 
+void MustHaveRun(const int& count, int times) {
+    const Unseen unseen;
+    if (count != times) {
+        Fail("a job was waited for and has not run");
+    }
+}
+
 Program RunnerComesAndGoes() {
     Program program;
     program.name = "runner-goes";
@@ -141,14 +150,13 @@ Program RunnerWaits() {
     program.prepare = [] { Runners() = RunnerStage(); };
     program.body = [] {
         CVaxoQueueRunner runner;
-        const int other = Spawn("other", [&runner] { runner.SyncRun(Job(&Runners().first), 0); });
-        runner.SyncRun(Job(&Runners().second), 0);
+        const auto runAndLook = [&runner](int* count) {
+            runner.SyncRun(Job(count), 0);
+            MustHaveRun(*count, 1);
+        };
+        const int other = Spawn("other", [&] { runAndLook(&Runners().first); });
+        runAndLook(&Runners().second);
         Join(other);
-    };
-    program.check = [] {
-        if (Runners().first != 1 || Runners().second != 1) {
-            Fail("a job was waited for and has not run");
-        }
     };
     return program;
 }
@@ -195,11 +203,7 @@ Program SameWorker() {
         const int other = Spawn("other", [&] { runner.SyncRun(job, 5); });
         runner.SyncRun(job, 5);
         Join(other);
-    };
-    program.check = [] {
-        if (Runners().first != 2) {
-            Fail("a job was waited for and has not run");
-        }
+        MustHaveRun(Runners().first, 2);
     };
     return program;
 }

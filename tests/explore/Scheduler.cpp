@@ -310,6 +310,14 @@ void Run(const std::function<void()>& body, Chooser& chooser, Record& record,
     }
 }
 
+std::size_t ThreadsLeft() {
+    std::size_t count = 0;
+    for (const auto& thread : W().threads) {
+        count += thread->ended ? 0U : 1U;
+    }
+    return count;
+}
+
 int Spawn(const std::string& name, std::function<void()> body, Kept kept) {
     if (t_self != nullptr) {
         Reach(Kind::Program, &W().threads);

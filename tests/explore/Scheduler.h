@@ -71,6 +71,9 @@ enum class Kept { UntilItEnds, AsWorker };  // a worker may wait for work when a
 void Run(const std::function<void()>& body, Chooser& chooser, Record& record,
          const std::function<void()>& afterStep);
 
+// How many threads a run has left, all of them waiting for work.
+std::size_t ThreadsLeft();
+
 // A new controlled thread; its index.
 int Spawn(const std::string& name, std::function<void()> body, Kept kept = Kept::UntilItEnds);
 

@@ -18,6 +18,7 @@ namespace explore {
 
 namespace {
 
+const char* const s_differs = "the same decisions led to another run";
 const unsigned kSecondsForARun = 120;  // no run takes a hundredth of it: it hangs
 
 // Memory that a child process shares, for the life of the object.
@@ -122,13 +123,14 @@ void WarmUp(const Program& program, Record& record) {
 // Runs what `next` gives, until it gives nothing. In one child, or in a child each.
 Outcome Explore(const Program& program, const Limits& limits,
                 const std::function<std::unique_ptr<Chooser>()>& next,
-                const std::function<void(const Record&)>& learn) {
+                const std::function<bool(const Record&)>& learn) {
     const Shared shared;
     Record& record = shared.Get();
     const Clock clock(limits);
     if (!program.fresh) {
         const std::string failure = InChild(record, [&] {
             WarmUp(program, record);
+            const std::size_t left = ThreadsLeft();
             while (!clock.IsOver(record)) {
                 const std::unique_ptr<Chooser> chooser = next();
                 if (!chooser) {
@@ -136,7 +138,12 @@ Outcome Explore(const Program& program, const Limits& limits,
                     return;
                 }
                 RunHere(program, *chooser, record);
-                learn(record);
+                if (ThreadsLeft() != left) {
+                    Fail("the run leaves a worker behind");
+                }
+                if (!learn(record)) {
+                    Fail(s_differs);
+                }
             }
         });
         return OutcomeOf(record, failure);
@@ -151,7 +158,9 @@ Outcome Explore(const Program& program, const Limits& limits,
         if (!failure.empty()) {
             return OutcomeOf(record, failure);
         }
-        learn(record);
+        if (!learn(record)) {
+            return OutcomeOf(record, s_differs);
+        }
     }
     return OutcomeOf(record, "");
 }
@@ -176,14 +185,14 @@ Outcome ExploreDepthFirst(const Program& program, int bound, const Limits& limit
             }
             return std::make_unique<Replay>(schedule);
         },
-        [&](const Record& record) { depthFirst.Learn(record); });
+        [&](const Record& record) { return depthFirst.Learn(record); });
 }
 
 Outcome ExploreSeeds(const Program& program, const MakeChooser& make, std::uint64_t seed,
                      const Limits& limits) {
     std::uint64_t next = seed;
     return Explore(
-        program, limits, [&] { return make(next++); }, [](const Record&) {});
+        program, limits, [&] { return make(next++); }, [](const Record&) { return true; });
 }
 
 Outcome RunOne(const Program& program, const Schedule& schedule) {
@@ -193,7 +202,7 @@ Outcome RunOne(const Program& program, const Schedule& schedule) {
         [&]() -> std::unique_ptr<Chooser> {
             return std::exchange(isFirst, false) ? std::make_unique<Replay>(schedule) : nullptr;
         },
-        [](const Record&) {});
+        [](const Record&) { return true; });
 }
 
 Schedule Shrink(const Program& program, const Outcome& failed) {

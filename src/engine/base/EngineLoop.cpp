@@ -41,7 +41,7 @@ struct EngineLoop::Impl {
 
 EngineLoop& EngineLoop::Shared() {
     // Never destroyed: the thread runs on while the process ends.
-    static EngineLoop* const loop = new EngineLoop;
+    static auto* const loop = new EngineLoop;
     return *loop;
 }
 

@@ -15,7 +15,7 @@ namespace {
 class EventThread {
 public:
     static EventThread& Shared() {
-        static EventThread* const thread = new EventThread;
+        static auto* const thread = new EventThread;
         return *thread;
     }
 

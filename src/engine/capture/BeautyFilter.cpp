@@ -62,6 +62,8 @@ void MeanAlongLine(const std::vector<std::uint32_t>& columns, int radius,
     }
 }
 
+constexpr float kHalf = 0.5F;
+
 }  // namespace
 
 void BeautyFilter::SmoothLine(const Picture& picture, int y, int radius, float tolerance,
@@ -77,7 +79,8 @@ void BeautyFilter::SmoothLine(const Picture& picture, int y, int radius, float t
         const float pull =
             strength * SkinWeight(u[x / 2], v[x / 2]) * tolerance / (variance + tolerance);
         const auto old = static_cast<float>(line[x]);
-        line[x] = static_cast<unsigned char>(old + (mean - old) * pull + 0.5F);
+        // Never negative, so that cutting rounds.
+        line[x] = static_cast<unsigned char>(kHalf + old + (mean - old) * pull);
     }
 }
 

@@ -2,6 +2,8 @@
 #ifndef VAXO_ENGINE_CAPTURE_PICTURE_H
 #define VAXO_ENGINE_CAPTURE_PICTURE_H
 
+#include <cstddef>
+
 namespace vaxoengine {
 
 // I420, video range (luma 16..235). Odd sizes have rounded-up colour planes. Borrows the
@@ -12,9 +14,9 @@ struct Picture {
     unsigned char* v = nullptr;
     int width = 0;
     int height = 0;
-    int lumaStride = 0;
-    int uStride = 0;
-    int vStride = 0;
+    std::ptrdiff_t lumaStride = 0;
+    std::ptrdiff_t uStride = 0;
+    std::ptrdiff_t vStride = 0;
 };
 
 }  // namespace vaxoengine

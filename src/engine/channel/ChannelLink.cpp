@@ -30,14 +30,14 @@ LinkState::~LinkState() {
     }
 }
 
-void LinkState::Wake() {
+void LinkState::Wake() const {
     const std::uint64_t one = 1;
     // Full means that it is readable already.
     const ssize_t written = write(m_wake, &one, sizeof one);
     static_cast<void>(written);
 }
 
-void LinkState::ClearWake() {
+void LinkState::ClearWake() const {
     std::uint64_t count = 0;
     const ssize_t got = read(m_wake, &count, sizeof count);
     static_cast<void>(got);

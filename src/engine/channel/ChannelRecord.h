@@ -19,7 +19,7 @@
 
 namespace vaxoengine {
 
-constexpr std::size_t kRecordBytes = 64 * 1024;  // a whole record
+constexpr std::size_t kRecordBytes = 65536;  // a whole record
 constexpr std::size_t kRecordText = 1024;        // one string, in bytes
 constexpr std::size_t kRecordAddresses = 16;     // of each kind
 

@@ -76,7 +76,7 @@ struct ChannelService::Impl : std::enable_shared_from_this<Impl> {
     void TellChanges();
     void TellCounts();
     void Left();
-    void PublishRecord();
+    void PublishRecord() const;
     std::string Topic(const char* kind) const;
     void DropLink();
 
@@ -220,7 +220,7 @@ void ChannelService::Impl::OnUp() {
     link->Publish(Topic("b"), "complete", false);
 }
 
-void ChannelService::Impl::PublishRecord() {
+void ChannelService::Impl::PublishRecord() const {
     if (up && phase != Phase::Leaving) {
         link->Publish(Topic("m"), WriteRecord(record), true);
     }

@@ -37,7 +37,7 @@ struct LinkState : std::enable_shared_from_this<LinkState> {
     bool IsCut() const;
     bool IsFinishing() const;
     int WakeHandle() const;  // readable when there is something to ask or to end
-    void ClearWake();
+    void ClearWake() const;
     std::deque<LinkRequest> TakeRequests();
     void Tell(LinkEvent event);
     // False: the engine is behind, and nothing more should be read for now.
@@ -46,7 +46,7 @@ struct LinkState : std::enable_shared_from_this<LinkState> {
     const LinkConfig config;
 
 private:
-    void Wake();
+    void Wake() const;
 
     const ChannelLink::Listener m_listener;
     const int m_wake;

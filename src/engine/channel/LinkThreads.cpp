@@ -3,6 +3,7 @@
 #include <mosquitto.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -85,12 +86,8 @@ void EndAll() {
         thread.stop();
     }
     threads.finished.wait_for(lock, std::chrono::seconds(1), [&threads] {
-        for (const LinkThread& thread : threads.list) {
-            if (!thread.finished) {
-                return false;
-            }
-        }
-        return true;
+        return std::all_of(threads.list.begin(), threads.list.end(),
+                           [](const LinkThread& thread) { return thread.finished; });
     });
     JoinFinished(&threads, &lock);
 }

@@ -72,7 +72,7 @@ public:
 private:
     static bool SameCaps(GstCaps* one, GstCaps* other) {
         return one == other ||
-               (one != nullptr && other != nullptr && gst_caps_is_equal(one, other));
+               (one != nullptr && other != nullptr && gst_caps_is_equal(one, other) != FALSE);
     }
 
     bool MayPass(GstBuffer* buffer, bool needsKeyFrame) {

@@ -67,7 +67,7 @@ bool Player::Impl::Start() {
     }
     const GstRef<GstElement> source = Find(pipeline, "source");
     GError* error = nullptr;
-    if (!gst_uri_handler_set_uri(GST_URI_HANDLER(source.get()), address.c_str(), &error)) {
+    if (gst_uri_handler_set_uri(GST_URI_HANDLER(source.get()), address.c_str(), &error) == FALSE) {
         syslog(esyslog_generic, kTag, __LINE__, "not an address of a stream: %s",
                WithoutSignatures(address).c_str());
         g_clear_error(&error);
@@ -153,15 +153,18 @@ void Player::Impl::OnError(GstMessage* message) {
 }
 
 void Player::Impl::OnNews(const GstStructure* news) {
-    if (gst_structure_has_name(news, kSizeNews)) {
+    const auto isNamed = [news](const char* name) {
+        return gst_structure_has_name(news, name) != FALSE;
+    };
+    if (isNamed(kSizeNews)) {
         OnSize(news);
-    } else if (gst_structure_has_name(news, kPictureNews)) {
+    } else if (isNamed(kPictureNews)) {
         OnPlaying();
-    } else if (gst_structure_has_name(news, kSoundNews)) {
+    } else if (isNamed(kSoundNews)) {
         OnFirstSound();
-    } else if (gst_structure_has_name(news, kUnknownNews)) {
+    } else if (isNamed(kUnknownNews)) {
         Finish(&PlayerCallbacks::failed, std::string("the stream's video is not H.264"));
-    } else if (gst_structure_has_name(news, kEndNews)) {
+    } else if (isNamed(kEndNews)) {
         OnEnd();
     }
 }
@@ -175,7 +178,7 @@ void Player::Impl::OnEnd() {
     }
 }
 
-void Player::Impl::OnSize(const GstStructure* news) {
+void Player::Impl::OnSize(const GstStructure* news) const {
     int width = 0;
     int height = 0;
     gst_structure_get_int(news, "width", &width);

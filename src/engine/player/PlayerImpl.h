@@ -48,7 +48,7 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     void OnError(GstMessage* message);
     void OnNews(const GstStructure* news);
     void OnEnd();
-    void OnSize(const GstStructure* news);
+    void OnSize(const GstStructure* news) const;
     void OnFirstSound();
     void OnPlaying();
     void Measure();

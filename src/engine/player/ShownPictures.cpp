@@ -30,7 +30,7 @@ bool HasLumaPlane(const GstVideoInfo& info) {
 
 bool ReadStamp(GstBuffer* picture, const GstVideoInfo& info, std::uint32_t& millis) {
     GstVideoFrame frame;
-    if (!HasLumaPlane(info) || !gst_video_frame_map(&frame, &info, picture, GST_MAP_READ)) {
+    if (!HasLumaPlane(info) || gst_video_frame_map(&frame, &info, picture, GST_MAP_READ) == FALSE) {
         return false;
     }
     const bool found =
@@ -55,7 +55,7 @@ ShownPictures::News ShownPictures::Shown(GstBuffer* picture, GstCaps* caps) {
     const uint64 now = MicrosSince1970();
     News news;
     GstVideoInfo info;
-    if (caps == nullptr || !gst_video_info_from_caps(&info, caps)) {
+    if (caps == nullptr || gst_video_info_from_caps(&info, caps) == FALSE) {
         return news;
     }
     std::uint32_t stamp = 0;

@@ -11,7 +11,7 @@ struct Kept {
 
 // Never destroyed: the engine's thread runs on while the process ends.
 Kept& TheKept() {
-    static Kept* const kept = new Kept;
+    static auto* const kept = new Kept;
     return *kept;
 }
 

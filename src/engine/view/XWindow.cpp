@@ -24,7 +24,7 @@ class ErrorFilter {
 public:
     // Never destroyed: an error may come while the process ends.
     static ErrorFilter& Shared() {
-        static ErrorFilter* const filter = new ErrorFilter;
+        static auto* const filter = new ErrorFilter;
         return *filter;
     }
 
