@@ -55,7 +55,7 @@ void Publisher::Stop() {
     AnswerStop();
     m_stopping = std::make_unique<std::string>(m_streamID);
     End();
-    if (!m_closing) {
+    if (m_closing == 0) {
         AnswerStop();
     }
 }

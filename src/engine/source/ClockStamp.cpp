@@ -47,7 +47,8 @@ int SquareBrightness(const unsigned char* pixels, int n, int width, int stride, 
             count++;
         }
     }
-    return static_cast<int>(sum / count);
+    // A picture that has room always has a middle; a caller with none gets black.
+    return count == 0 ? 0 : static_cast<int>(sum / count);
 }
 
 }  // namespace

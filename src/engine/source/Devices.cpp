@@ -87,8 +87,8 @@ void AddDevice(GstDevice* device, const Provider& provider, std::vector<Device>&
     if (!IsPlain(own) || isEcho || found.size() >= kMaxDevices) {
         return;
     }
-    std::string name = Property(device, "display-name");
-    found.push_back({provider.prefix + own, name.empty() ? own : std::move(name),
+    const std::string name = Property(device, "display-name");
+    found.push_back({provider.prefix + own, name.empty() ? own : name,
                      std::string(provider.element) + " device=\"" + own + "\""});
 }
 

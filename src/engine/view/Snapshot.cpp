@@ -46,7 +46,7 @@ private:
 bool ReadInfo(GstSample* sample, GstVideoInfo& info) {
     GstCaps* const caps = sample != nullptr ? gst_sample_get_caps(sample) : nullptr;
     if (caps == nullptr || gst_sample_get_buffer(sample) == nullptr ||
-        !gst_video_info_from_caps(&info, caps)) {
+        gst_video_info_from_caps(&info, caps) == FALSE) {
         return false;
     }
     return info.width > 0 && info.height > 0 && info.width <= kMaxSide && info.height <= kMaxSide;
@@ -54,8 +54,8 @@ bool ReadInfo(GstSample* sample, GstVideoInfo& info) {
 
 // RGBA of the same size and frame rate: a converter changes neither.
 ConverterRef MakeConverter(GstVideoInfo& from, GstVideoInfo& to) {
-    if (!gst_video_info_set_format(&to, GST_VIDEO_FORMAT_RGBA, static_cast<guint>(from.width),
-                                   static_cast<guint>(from.height))) {
+    if (gst_video_info_set_format(&to, GST_VIDEO_FORMAT_RGBA, static_cast<guint>(from.width),
+                                  static_cast<guint>(from.height)) == FALSE) {
         return nullptr;
     }
     to.fps_n = from.fps_n;

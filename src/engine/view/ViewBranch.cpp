@@ -57,7 +57,7 @@ struct ViewBranch::Impl {
     void Stop();
     void Detach();
     void ChangeMode(ViewMode next);
-    void Arrange();
+    void Arrange() const;
     void Look();
 
     GstRef<GstElement> tee;
@@ -152,7 +152,7 @@ void ViewBranch::Impl::ChangeMode(ViewMode next) {
 }
 
 // Tells the pipeline the window's size and what to do with the difference of shapes.
-void ViewBranch::Impl::Arrange() {
+void ViewBranch::Impl::Arrange() const {
     const int width = window->Width();
     const int height = window->Height();
     const bool fill = mode == ViewMode_Fill;

@@ -30,7 +30,7 @@ std::size_t BodyLength(const std::string& head) {
     const std::string name = "\r\ncontent-length:";
     const std::size_t at = lower.find(name);
     return at == std::string::npos ? 0
-                                   : std::strtoull(lower.c_str() + at + name.size(), nullptr, 10);
+                                   : std::strtoul(lower.c_str() + at + name.size(), nullptr, 10);
 }
 
 void SplitFirstLine(const std::string& head, Request& request) {
