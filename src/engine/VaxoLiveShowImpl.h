@@ -20,7 +20,7 @@ struct CoreBox {
 };
 
 struct CVaxoLiveShow::Impl {
-    mutable std::mutex lock;  // guards the rest; held for moments; nothing that waits is called under it
+    mutable std::mutex lock;  // guards the rest; nothing that waits is called under it
     std::weak_ptr<IVaxoLiveCallback> callback;
     VaxoSigner credentials;
     std::shared_ptr<vaxoengine::EventDelivery> delivery;
