@@ -9,6 +9,7 @@
 #include "explore/Sanitizers.h"
 #include "explore/Scheduler.h"
 #include "live/VaxoLiveProxy.h"
+#include "utils/VaxoQueueRunner.h"
 
 namespace explore {
 
@@ -70,6 +71,8 @@ void LiveStage::Begin(bool withEngine) {
             const auto proxy = CVaxoLiveProxy::GetInstance();
             proxy->SetCallback(m_app);
             proxy->Init(1, vaxo::stream());
+            // Its worker is there from the first run on, also when that one needs none.
+            CVaxoQueueRunner::GetSharedInstance()->AsyncRun([] {}, 2);
             Spawn(
                 "engine", [this] { Serve(); }, Kept::AsWorker);
         });

@@ -86,10 +86,10 @@ void ApplyLuma(const Prepared& look, const Picture& picture) {
 void ApplyColour(const Prepared& look, const Picture& picture) {
     constexpr int kHalf = 1 << (kFraction - 1);
     for (int y = 0; y < (picture.height + 1) / 2; ++y) {
-        const unsigned char* const luma = picture.luma + 2 * y * picture.lumaStride;
+        const unsigned char* const luma = picture.luma + y * (2 * picture.lumaStride);
         unsigned char* const lineU = picture.u + y * picture.uStride;
         unsigned char* const lineV = picture.v + y * picture.vStride;
-        for (int x = 0; x < (picture.width + 1) / 2; ++x) {
+        for (std::ptrdiff_t x = 0; x < (picture.width + 1) / 2; ++x) {
             const int u = lineU[x] - kNeutral;
             const int v = lineV[x] - kNeutral;
             const int weight = look.tintWeight[luma[2 * x]];

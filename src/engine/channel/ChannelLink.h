@@ -2,7 +2,8 @@
 // another one is made instead.
 //
 // A thread of its own connects, reads and writes. Everything here is called, and everything
-// heard, on the engine's thread; nothing waits but for the last moments of a link's thread. What is heard comes in batches, in order:
+// heard, on the engine's thread; nothing waits but for the last moments of a link's thread.
+// What is heard comes in batches, in order:
 //     Open     the host answers
 //     Up       identity and key are accepted
 //     Message  to one of the topics subscribed, in the order the service sent them

@@ -19,9 +19,9 @@
 
 namespace vaxoengine {
 
-constexpr std::size_t kRecordBytes = 65536;  // a whole record
-constexpr std::size_t kRecordText = 1024;        // one string, in bytes
-constexpr std::size_t kRecordAddresses = 16;     // of each kind
+constexpr std::size_t kRecordBytes = 65536;   // a whole record
+constexpr std::size_t kRecordText = 1024;     // one string, in bytes
+constexpr std::size_t kRecordAddresses = 16;  // of each kind
 
 struct ChannelRecord {
     std::string userID;
