@@ -1,7 +1,7 @@
 // Linked into the tests that script/test-emulated runs. Under user-mode emulation a program
 // that starts another one of its own kind hands it to the real kernel, which cannot run it.
-// These two, which the tests and GoogleTest use, put the emulator in front. They take the
-// place of the C library's, being the program's own.
+// These two, which the tests and GoogleTest use, put the emulator in front. A shared library
+// that stands before the C library, so that its functions are found first.
 #include <spawn.h>
 #include <unistd.h>
 
@@ -10,7 +10,8 @@
 
 namespace {
 
-// The emulator's own command line; it takes the program's argv[0] from the path.
+// The emulator's command line; it takes the program's argv[0] from the path. (The cast is for
+// the C interface, which changes no argument.)
 std::vector<char*> Emulated(const char* path, char* const* arguments) {
     static std::string s_emulator = VAXO_EMULATOR;
     std::vector<char*> all = {s_emulator.data(), const_cast<char*>(path)};
