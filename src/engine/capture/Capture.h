@@ -58,11 +58,15 @@ public:
     void SetPreviewWindow(unsigned long window);
     void SetPreviewMode(ViewMode mode);
 
-    void SetVideo(const VideoSettings& settings);  // values are in range
-    void SetRotation(int degrees);                 // 0, 90, 180, 270, clockwise
-    void SetFilter(int index);                     // 0 <= index < kLooks (Looks.h)
-    void SetBeautifying(int feature);              // 0: off, 1..100: how much
-    void SetVideoDevice(const std::string& id);    // as Devices lists them; empty: the default
+    void SetVideo(const VideoSettings& settings);  // values are in range; ends an Adapt
+    const VideoSettings& Video() const;
+    // What the network takes is encoded, until the next SetVideo or StartEncoding: at most what
+    // was set. A higher bitrate begins with a key frame.
+    void Adapt(int bitrate, int fps);
+    void SetRotation(int degrees);               // 0, 90, 180, 270, clockwise
+    void SetFilter(int index);                   // 0 <= index < kLooks (Looks.h)
+    void SetBeautifying(int feature);            // 0: off, 1..100: how much
+    void SetVideoDevice(const std::string& id);  // as Devices lists them; empty: the default
     void SetAudioDevice(
         const std::string& id);          // empty: the default, or the video file's own sound
     void SetFrontCamera(bool front);     // when no device was chosen

@@ -134,14 +134,19 @@ void Capture::Impl::UpdateView() {
 }
 
 bool Capture::Impl::StartVideoEncoder() {
+    VideoSettings encoded = video;
+    encoded.bitrate = bitrate;
     auto made = Encoder::OfVideo(
-        video,
+        encoded,
         [this](GstSample* sample) {
             videoRate.Add(
                 static_cast<unsigned>(gst_buffer_get_size(gst_sample_get_buffer(sample))));
             sinks.video(sample);
         },
         [this](const std::string& text) { OnBroken(text); });
+    if (made) {
+        made->SetRate(bitrate, fps);
+    }
     videoEncoder.Set(std::move(made));
     return videoEncoder.Get() != nullptr;
 }

@@ -65,6 +65,8 @@ struct Capture::Impl {
     bool preview = false;
     bool encoding = false;
     EncodedSinks sinks;
+    int bitrate = VideoSettings().bitrate;  // encoded now: at most what was asked for
+    int fps = VideoSettings().fps;
 
     // What runs.
     GstClockTime baseTime = GST_CLOCK_TIME_NONE;

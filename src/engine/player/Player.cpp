@@ -35,6 +35,8 @@ constexpr milliseconds kTrackWait{1000};
 constexpr milliseconds kLeaveLimit{10000};
 constexpr milliseconds kStatsPeriod{250};
 constexpr seconds kStatsSpan{1};
+constexpr std::int64_t kTooLate = 1000 * LivePacer::kMilli;
+constexpr int kLateMeasurements = 8;  // two seconds
 
 }  // namespace
 
@@ -87,7 +89,11 @@ bool Player::Impl::Start() {
             self->Finish(&PlayerCallbacks::failed, std::string("nothing to play has come in time"));
         }
     });
-    measuring.Every(kStatsPeriod, [this] { Measure(); });
+    measuring.Every(kStatsPeriod, [weak = weak_from_this()] {
+        if (const std::shared_ptr<Impl> self = weak.lock()) {
+            self->Measure();
+        }
+    });
     sound->Start(baseTime);
     connecting =
         gst_element_set_state(pipeline.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
@@ -222,6 +228,18 @@ void Player::Impl::Measure() {
         measured.pop_front();
     }
     measured.push_back({now, shown.Count(), bytes});
+    MeasureLateness();
+}
+
+// The last: the callback may destroy the player.
+void Player::Impl::MeasureLateness() {
+    late = playing && pacer.Behind() > kTooLate ? late + 1 : 0;
+    if (late >= kLateMeasurements) {
+        late = 0;
+        if (callbacks.behind) {
+            callbacks.behind();
+        }
+    }
 }
 
 Player::Stats Player::Impl::GetStats() const {
