@@ -82,8 +82,9 @@ int CVaxoLiveShow::SetVideoBitrate(int bitrate) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([bitrate](LiveCore& core) {
-        core.video.bitrate = bitrate;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.bitrate = bitrate;
+        core.SetVideo(video);
     });
 }
 
@@ -92,8 +93,9 @@ int CVaxoLiveShow::SetVideoFPS(int fps) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([fps](LiveCore& core) {
-        core.video.fps = fps;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.fps = fps;
+        core.SetVideo(video);
     });
 }
 
@@ -102,9 +104,10 @@ int CVaxoLiveShow::SetVideoResolution(int width, int height) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([width, height](LiveCore& core) {
-        core.video.width = width;
-        core.video.height = height;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.width = width;
+        video.height = height;
+        core.SetVideo(video);
     });
 }
 

@@ -24,7 +24,9 @@
 //   StartPublishing  OnPublishStateUpdate   AVStateBegin       media reach the server
 //                                           CreateStreamError  not in that channel, no media
 //                                             address is set, or the server would not take the
-//                                             stream (its name in use, signature refused)
+//                                             stream and does not say why
+//                                           NameInUse, SignatureRefused, SignatureExpired  as
+//                                             VaxoLiveState says
 //                                           FatalError         server not reached, no answer
 //                                             in time, or the capture cannot start
 //   StopPublishing   OnPublishStateUpdate   AVStateEnd, with the stream, or the empty text when
@@ -33,7 +35,9 @@
 //                                           NoStreamError      not in the channel's list, or not
 //                                             at the server
 //                                           FetchStreamError   in no channel, no media address
-//                                             is set, or the server refused the signature
+//                                             is set, or the server refused and does not say why
+//                                           SignatureRefused, SignatureExpired  as VaxoLiveState
+//                                             says
 //                                           FatalError         server not reached, no picture in
 //                                             time, media broken, too many plays
 //   StopPlayStream   OnPlayStateUpdate      AVStateEnd
@@ -70,6 +74,7 @@
 #include <memory>
 
 #include "IVaxoLive.h"
+#include "VaxoLiveState.h"
 
 namespace Strova {
 
