@@ -5,6 +5,7 @@
 
 #include "engine/VaxoLiveShowImpl.h"
 #include "engine/capture/Looks.h"
+#include "engine/filters/BeautyFilter.h"
 #include "engine/show/Limits.h"
 #include "engine/show/Texts.h"
 #include "engine/source/Devices.h"
@@ -180,11 +181,12 @@ int CVaxoLiveShow::EnableTorch(bool /*bEnable*/) {
 }
 
 int CVaxoLiveShow::EnableBeautifying(int nFeature) {
-    if (nFeature < 0 || nFeature > 100) {
+    if (nFeature < 0 || nFeature > static_cast<int>(vaxoengine::BeautyFilter::kAll)) {
         return VaxoLiveStatus_BadArgument;
     }
+    const auto features = static_cast<unsigned>(nFeature);
     return m_pImpl->Post(
-        [nFeature](LiveCore& core) { core.TheCapture().SetBeautifying(nFeature); });
+        [features](LiveCore& core) { core.TheCapture().SetBeautifying(features); });
 }
 
 int CVaxoLiveShow::SetFilter(int nIndex) {

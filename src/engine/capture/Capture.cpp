@@ -126,10 +126,10 @@ void Capture::SetFilter(int index) {
     }
 }
 
-void Capture::SetBeautifying(int feature) {
-    m_impl->beauty = feature;
+void Capture::SetBeautifying(unsigned features) {
+    m_impl->beauty = features;
     if (CapturePipeline* const pipeline = m_impl->pipeline.Get()) {
-        pipeline->SetBeauty(feature);
+        pipeline->SetBeauty(features);
     }
 }
 

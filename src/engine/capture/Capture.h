@@ -65,7 +65,7 @@ public:
     void Adapt(int bitrate, int fps);
     void SetRotation(int degrees);               // 0, 90, 180, 270, clockwise
     void SetFilter(int index);                   // 0 <= index < kLooks (Looks.h)
-    void SetBeautifying(int feature);            // 0: off, 1..100: how much
+    void SetBeautifying(unsigned features);      // bits of BeautyFilter.h
     void SetVideoDevice(const std::string& id);  // as Devices lists them; empty: the default
     void SetAudioDevice(
         const std::string& id);          // empty: the default, or the video file's own sound

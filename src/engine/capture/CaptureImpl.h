@@ -54,7 +54,7 @@ struct Capture::Impl {
     VideoSettings video;
     int rotation = 0;
     int look = 0;
-    int beauty = 0;
+    unsigned beauty = 0;
     std::string videoDevice;
     std::string audioDevice;
     bool front = true;

@@ -57,7 +57,8 @@
 //   else works. View modes: 0 fit, 1 fill, 2 stretch.
 // - Device kinds: 0 sound input, 1 sound output. Besides the system's devices there are
 //   "test:picture", "test:tone", and any file as "file:///...", which is played in a loop.
-// - SetFilter 0 is no filter; EnableBeautifying 0 is off, 1 to 100 how much.
+// - SetFilter 0 is no filter. EnableBeautifying is a sum: 1 smooths skin, 2 whitens it, 4 sharpens
+//   outlines; 0 is off.
 // - Snapshots point to a VaxoLiveImage (VaxoLiveImage.h) and come on the events' thread. Where
 //   there is no picture yet, none comes.
 // - Auxiliary audio: signed 16-bit PCM, interleaved. On entry *pDataLen is the room in bytes,
