@@ -174,7 +174,13 @@ bool Capture::TakePreviewSnapshot(Snapshot& out) {
 
 Capture::Stats Capture::GetStats() const {
     const RateMeter::Rate video = m_impl->videoRate.Read();
-    return {static_cast<double>(video.count), video.bits, m_impl->audioRate.Read().bits};
+    Stats stats{
+        static_cast<double>(video.count), video.bits, m_impl->audioRate.Read().bits, {}, {}};
+    if (m_impl->sources) {
+        stats.videoDevice = m_impl->sources->VideoDevice();
+        stats.audioDevice = m_impl->sources->AudioDevice();
+    }
+    return stats;
 }
 
 }  // namespace vaxoengine

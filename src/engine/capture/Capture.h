@@ -38,8 +38,9 @@ struct EncodedSinks {
 class Capture {
 public:
     // `onTrouble`: engine's thread; the device or the encoder failed (text for the log).
-    // The pictures go on as black, the sound as silence; an encoder is made anew. It must not
-    // destroy the capture.
+    // The pictures go on from the next camera, else as the test picture, or as black when no
+    // camera was chosen; the sound from the next microphone, else as silence; an encoder is made
+    // anew. It must not destroy the capture.
     explicit Capture(std::function<void(const std::string&)> onTrouble);
     ~Capture();
     Capture(const Capture&) = delete;
@@ -84,6 +85,8 @@ public:
         double fps = 0;             // encoded over the last second
         unsigned videoBitrate = 0;  // bits a second, encoded over the last second
         unsigned audioBitrate = 0;
+        std::string videoDevice;  // where the picture comes from now; empty: nothing runs
+        std::string audioDevice;
     };
     Stats GetStats() const;
 

@@ -77,7 +77,7 @@ bool Capture::Impl::StartPipeline() {
     sources = std::make_unique<SourceSwitch>(
         SourceSinks{[to](GstSample* sample) { to->PushVideo(sample); },
                     [to](GstSample* sample) { to->PushAudio(sample); }},
-        onTrouble);
+        SourceFallbacks{NextVideoDevice, NextAudioDevice}, onTrouble);
     UpdateSources();
     return true;
 }

@@ -325,8 +325,10 @@ VaxoSigner LiveCore::Signer() const {
 void LiveCore::RenewStats() {
     Strova::VaxoLiveStats stats;
     stats.publishing = m_publisher.Active();
+    const Capture::Stats encoded = m_capture.GetStats();
+    stats.videoDevice = encoded.videoDevice;
+    stats.audioDevice = encoded.audioDevice;
     if (stats.publishing) {
-        const Capture::Stats encoded = m_capture.GetStats();
         stats.fps = encoded.fps;
         stats.bitrate = encoded.videoBitrate + encoded.audioBitrate;
     }
