@@ -130,7 +130,7 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
     void SayGoodBye(std::function<void()> whenClosed);
     void OnFarewell(GstMessage* message);
     void Drop();
-    Flow GetFlow();
+    Flow GetFlow() const;
     unsigned long long Written() const;
 
     EngineTimer farewell;
@@ -277,7 +277,7 @@ unsigned long long Output::Impl::Written() const {
     return written;
 }
 
-Flow Output::Impl::GetFlow() {
+Flow Output::Impl::GetFlow() const {
     Flow flow;
     if (!open || !backlog) {
         return flow;

@@ -1,7 +1,6 @@
 #include "engine/output/SendBacklog.h"
 
 #ifdef __linux__
-#include <dirent.h>
 #include <linux/sockios.h>
 #include <linux/tcp.h>
 #include <netinet/in.h>
@@ -11,7 +10,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
+#include <filesystem>
+#include <system_error>
 #endif
 
 namespace vaxoengine {
@@ -58,10 +58,6 @@ unsigned long long InodeOf(int handle) {
     return fstat(handle, &status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
 }
 
-struct CloseFolder {
-    void operator()(DIR* folder) const { closedir(folder); }
-};
-
 }  // namespace
 
 bool SendBacklog::Holds() const {
@@ -71,24 +67,22 @@ bool SendBacklog::Holds() const {
 // The socket to that port whose count is nearest.
 void SendBacklog::Search(unsigned long long written) {
     m_handle = -1;
-    const std::unique_ptr<DIR, CloseFolder> folder(opendir("/proc/self/fd"));
     unsigned long long nearest = kTolerance;
-    while (const dirent* const entry = folder ? readdir(folder.get()) : nullptr) {
-        char* end = nullptr;
-        const long handle = std::strtol(entry->d_name, &end, 10);
-        if (end == entry->d_name || PeerPort(static_cast<int>(handle)) != m_port) {
-            continue;
-        }
-        const std::optional<tcp_info> info = InfoOf(static_cast<int>(handle));
+    std::error_code error;  // without it the folder's end could be an exception
+    const std::filesystem::directory_iterator end;
+    for (std::filesystem::directory_iterator entry("/proc/self/fd", error); !error && entry != end;
+         entry.increment(error)) {
+        const int handle = std::atoi(entry->path().filename().c_str());
+        const std::optional<tcp_info> info =
+            PeerPort(handle) == m_port ? InfoOf(handle) : std::nullopt;
         if (!info) {
             continue;
         }
-        const unsigned long long sent =
-            info->tcpi_bytes_acked + Unacknowledged(static_cast<int>(handle));
+        const unsigned long long sent = info->tcpi_bytes_acked + Unacknowledged(handle);
         const unsigned long long off = std::max(sent, written) - std::min(sent, written);
         if (off < nearest) {
             nearest = off;
-            m_handle = static_cast<int>(handle);
+            m_handle = handle;
             m_inode = InodeOf(m_handle);
         }
     }

@@ -77,7 +77,7 @@ struct ServerPulse::Impl : std::enable_shared_from_this<Impl> {
     void OnConnected(GRef<GSocketConnection> made);
     void Read();
     void OnRead(gssize size);
-    void Send(std::string bytes);
+    void Send(const std::string& bytes);
     void Write();
     void OnWritten(gssize size);
     void Hang();
@@ -174,8 +174,8 @@ void ServerPulse::Impl::OnRead(gssize size) {
     Read();
 }
 
-void ServerPulse::Impl::Send(std::string bytes) {
-    toSend += std::move(bytes);
+void ServerPulse::Impl::Send(const std::string& bytes) {
+    toSend += bytes;
     Write();
 }
 
