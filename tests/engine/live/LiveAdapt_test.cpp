@@ -30,7 +30,8 @@ unsigned Sent() {
     return Strova::VaxoLiveGetStats().bitrate;
 }
 
-// Of the one play, in milliseconds; -1 without one.
+// Of the one play, in milliseconds; -1 without one, and while the statistics are those of the
+// publisher's engine: the two write them in turns.
 int Latency() {
     const Strova::VaxoLiveStats stats = Strova::VaxoLiveGetStats();
     return stats.plays.empty() ? -1 : stats.plays[0].latencyMillis;
@@ -53,7 +54,6 @@ protected:
     ~LiveAdapt() override { Strova::VaxoLiveSetAdaptive(true); }
 
     Member member{LocalServers::Shared()};
-    Member viewer{LocalServers::Shared()};
     Relay relay{MediaPort()};
 };
 
@@ -69,14 +69,15 @@ TEST_F(LiveAdapt, ANetworkThatTakesLessIsGivenLessAndMoreWhenItTakesMore) {
 TEST_F(LiveAdapt, AViewerWhoHasFallenBehindComesBackAtTheLiveEdge) {
     ASSERT_EQ(member.Enter("edge", "bob"), "OnGetStreamList(0)");
     ASSERT_EQ(member.Publish("edge"), "OnPublishStateUpdate(0, edge)");
+    Member viewer{LocalServers::Shared()};
     ASSERT_EQ(viewer.Enter("edge", "ann"), "OnGetStreamList(0)");
     ASSERT_NE(viewer.Wait("OnStreamUpdate(edge, 0)"), "");
     UseRelay();
     ASSERT_EQ(viewer.Play("edge"), "OnPlayStateUpdate(0, edge)");
     ASSERT_TRUE(Within(kLimit, [] { return Latency() >= 0 && Latency() < 500; })) << Latency();
     relay.SetDelay(std::chrono::milliseconds(2500));
+    EXPECT_TRUE(Within(kLimit, [] { return Latency() > 2000; })) << Latency();
     EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(2, edge)");
-    EXPECT_GT(Latency(), 2000) << "it was behind";
     relay.SetDelay(std::chrono::milliseconds(0));
     EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(0, edge)");
     EXPECT_TRUE(Within(kLimit, [] { return Latency() >= 0 && Latency() < 500; })) << Latency();
