@@ -15,6 +15,10 @@ constexpr std::chrono::milliseconds kAnswerLimit{8500};
 // One attempt to come back.
 constexpr std::chrono::milliseconds kAttemptLimit{5000};
 
+// A publisher whose network fails is forgotten by the channel some seconds before it is back: its
+// viewers, who have been told of the interruption, wait for it that long.
+constexpr std::chrono::milliseconds kGoneForGood{15000};
+
 // Between two connections made because a play had fallen behind.
 constexpr std::chrono::milliseconds kAtTheEdge{10000};
 

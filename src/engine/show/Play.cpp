@@ -49,8 +49,20 @@ void Play::BeginAgain() {
 
 // While it plays the media server says when it ends: the channel may be behind.
 void Play::OnGone() {
-    if (m_state == State::Broken || m_state == State::Lost) {
+    if (m_state == State::Lost) {
         End(Mediq::AVStateEnd);
+    } else if (m_state == State::Broken) {
+        AwaitReturn();
+    }
+}
+
+void Play::AwaitReturn() {
+    if (!m_gone.Running()) {
+        m_gone.Once(kGoneForGood, [this] {
+            if (!m_host.listed(m_streamID)) {
+                End(Mediq::AVStateEnd);
+            }
+        });
     }
 }
 
@@ -93,6 +105,7 @@ void Play::OnPlaying() {
     const bool answers = m_state == State::Starting;
     m_state = State::Live;
     m_asking.Stop();
+    m_gone.Stop();
     m_limit.Stop();
     m_retry.Reset();
     (answers ? m_host.answer : m_host.change)(Mediq::AVStateBegin, m_streamID);
@@ -142,8 +155,11 @@ void Play::OnBehind() {
 void Play::TryAgain() {
     m_limit.Stop();
     if (!m_host.listed(m_streamID)) {
-        End(Mediq::AVStateEnd);
-        return;
+        if (m_state == State::Lost) {
+            End(Mediq::AVStateEnd);
+            return;
+        }
+        AwaitReturn();
     }
     if (std::exchange(m_state, State::Broken) == State::Lost) {
         m_host.change(Mediq::TempBroken, m_streamID);
@@ -162,6 +178,7 @@ void Play::End(Mediq::VaxoAVState state) {
     const std::string streamID = m_streamID;
     const std::function<void()> over = std::exchange(m_over, nullptr);
     m_asking.Stop();
+    m_gone.Stop();
     m_refusal.Stop();
     m_limit.Stop();
     m_retry.Reset();

@@ -69,6 +69,7 @@ private:
     void OnNone(Mediq::VaxoAVState state, const std::string& reason);
     void OnRefused(const std::string& reason);
     void OnBehind();
+    void AwaitReturn();
     void TryAgain();
     void End(Mediq::VaxoAVState state);
 
@@ -83,6 +84,7 @@ private:
     std::string m_address;  // signed, of the last attempt
     Refusal m_refusal;
     EngineTimer m_atTheEdge;  // a connection made for that, lately
+    EngineTimer m_gone;       // from the channel's list, while broken
     EngineTimer m_asking;
     EngineTimer m_limit;  // of the start, or of one attempt to come back
 };

@@ -28,7 +28,9 @@ void RateKeeper::OnSet() {
     m_control.Set(Set());
 }
 
+// A connection that was cut looked like a network that takes nothing.
 void RateKeeper::OnConnected() {
+    m_control.Set(Set());
     m_meter.Reset();
     m_last = std::chrono::steady_clock::now();
     m_timer.Every(kPeriod, [this] { Step(); });

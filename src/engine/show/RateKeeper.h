@@ -20,7 +20,7 @@ public:
 
     void Begin();        // a publish begins, with the values that are set
     void OnSet();        // other values were set
-    void OnConnected();  // a connection flows; after a loss with what was encoded before it
+    void OnConnected();  // a connection flows: what was learned of another one does not count
     void OnLost();       // it does no more
 
 private:

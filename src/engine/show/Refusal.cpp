@@ -5,7 +5,6 @@
 
 #include "VaxoLiveState.h"
 
-
 namespace vaxoengine {
 
 namespace {

@@ -45,7 +45,8 @@
 //
 // Without being asked: OnPublishStateUpdate and OnPlayStateUpdate with TempBroken when a
 // connection is lost, AVStateBegin when it is back, FatalError when it is given up (a publish
-// after 60 s, a play after 30 s); AVStateEnd for a play whose stream ended.
+// after 60 s, a play after 30 s); AVStateEnd for a play whose stream ended: at once, or 15 s after
+// the channel forgot a stream whose play is interrupted, because its publisher may come back.
 // OnDisconnected (a number as above) and OnReconnected for the channel, which is never given
 // up. A change that a newer request overtakes is not told: the request's answer says it.
 //
