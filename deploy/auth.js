@@ -182,6 +182,17 @@ function upload(r) {
     answer(r, 'upload', whyNot(r, 'upload', address.path, sign));
 }
 
+// Why an address is refused, for whoever has signed it: the rtmp module tells clients nothing.
+function why(r) {
+    const asked = readQuery(r.variables.args, ['action', 'name'].concat(SIGNED));
+    if (asked === null || (asked.action !== 'publish' && asked.action !== 'play')) {
+        r.return(400);
+        return;
+    }
+    const reason = whyNotMedia(r, asked.action, asked.name, asked);
+    r.return(200, reason === '' ? 'good\n' : reason === 'expired' ? 'expired\n' : 'refused\n');
+}
+
 // Status to refuse a request's body with before it is read; '' to go on.
 function bodyRefusal(r) {
     if (r.headersIn['Transfer-Encoding'] !== undefined) {
@@ -190,4 +201,4 @@ function bodyRefusal(r) {
     return Number(r.headersIn['Content-Length'] || 0) > MAX_BODY ? '413' : '';
 }
 
-export default {publish, play, hls, upload, bodyRefusal};
+export default {publish, play, hls, upload, why, bodyRefusal};

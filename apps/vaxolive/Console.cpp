@@ -34,8 +34,8 @@ const std::vector<Console::Command>& Console::Commands() {
     static const std::vector<Command> s_commands = {
         {"filter", "N", 1, 1,
          [](Console& c, Words w) { return c.Number(w[0], 0, 255, &Live::SetFilter); }},
-        {"beautify", "0..100", 1, 1,
-         [](Console& c, Words w) { return c.Number(w[0], 0, 100, &Live::EnableBeautifying); }},
+        {"beautify", "0..7", 1, 1,
+         [](Console& c, Words w) { return c.Number(w[0], 0, 7, &Live::EnableBeautifying); }},
         {"rotation", "0|90|180|270", 1, 1, [](Console& c, Words w) { return c.Rotation(w); }},
         {"mic", "on|off", 1, 1,
          [](Console& c, Words w) { return c.Switch(w[0], &Live::EnableMic); }},

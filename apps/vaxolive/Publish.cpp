@@ -150,7 +150,10 @@ void AddPictureOptions(CLI::App& command, PublishOptions& options) {
         ->check(CLI::IsMember({0, 90, 180, 270}));
     command.add_option("--filter", options.filter, "Number of a filter, 0 for none")
         ->check(CLI::Range(0, 255));
-    command.add_option("--beautify", options.beautify, "0 (off) to 100")->check(CLI::Range(0, 100));
+    command
+        .add_option("--beautify", options.beautify,
+                    "sum of 1 (smooth skin), 2 (white skin), 4 (sharp outlines); 0: off")
+        ->check(CLI::Range(0, 7));
     command.add_flag("--no-mic", options.noMic, "Begin with silence");
     command.add_flag("--no-cam", options.noCam, "Begin with a black picture");
 }

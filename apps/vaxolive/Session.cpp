@@ -5,6 +5,7 @@
 
 #include "Text.h"
 #include "VaxoLiveImage.h"
+#include "VaxoLiveState.h"
 
 namespace vaxoapp {
 
@@ -101,6 +102,14 @@ std::string StateText(Mediq::VaxoAVState state) {
             return "the service would not tell where the stream is";
         case Mediq::NoStreamError:
             return "there is no such stream";
+    }
+    switch (static_cast<Strova::VaxoLiveState>(state)) {
+        case Strova::VaxoLiveState_SignatureRefused:
+            return "the server refused the sign key or the application";
+        case Strova::VaxoLiveState_SignatureExpired:
+            return "the server finds the signature expired: is this machine's clock right?";
+        case Strova::VaxoLiveState_NameInUse:
+            return "somebody publishes under that name";
     }
     return "state " + std::to_string(static_cast<int>(state));
 }

@@ -171,7 +171,9 @@ JsonObject Visit::StatusFields() {
     JsonObject fields;
     fields.Flag("publishing", stats.publishing)
         .Real("fps", stats.fps)
-        .Number("bitrate", stats.bitrate);
+        .Number("bitrate", stats.bitrate)
+        .Text("camera", stats.videoDevice)
+        .Text("microphone", stats.audioDevice);
     std::vector<JsonObject> plays;
     for (const Strova::VaxoLivePlayStats& play : stats.plays) {
         plays.push_back(JsonObject()
@@ -212,10 +214,28 @@ std::string Visit::StatusText() {
 
 void Visit::ShowStatus() {
     m_report->status.Show(StatusText());
+    TellDevices();
     const Clock::time_point now = Clock::now();
     if (now >= m_nextStats) {
         m_nextStats = now + std::chrono::seconds(1);
         m_report->events.Write("stats", StatusFields());
+    }
+}
+
+// A device may fail in the middle, and another one take its place.
+void Visit::TellDevices() {
+    const Strova::VaxoLiveStats stats = Strova::VaxoLiveGetStats();
+    const auto changed = [](std::string& last, const std::string& now) {
+        const std::string before = std::exchange(last, now);
+        return !before.empty() && !now.empty() && before != now;
+    };
+    if (changed(m_camera, stats.videoDevice)) {
+        Tell("camera", JsonObject().Text("device", m_camera),
+             "the picture comes from " + Printable(m_camera, 200));
+    }
+    if (changed(m_microphone, stats.audioDevice)) {
+        Tell("microphone", JsonObject().Text("device", m_microphone),
+             "the sound comes from " + Printable(m_microphone, 200));
     }
 }
 

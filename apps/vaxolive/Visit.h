@@ -49,6 +49,7 @@ public:
     void Tell(const char* kind, const JsonObject& fields, const std::string& line);
     // The status line, and once a second a "stats" event.
     void ShowStatus();
+    void TellDevices();
     JsonObject StatusFields();
 
     bool MustStop();
@@ -70,6 +71,8 @@ private:
     bool m_hasAskedIn = false;
     bool m_isStuck = false;
     Clock::time_point m_nextStats;
+    std::string m_camera;  // of the last status
+    std::string m_microphone;
 };
 
 }  // namespace vaxoapp

@@ -5,6 +5,7 @@
 
 #include "engine/VaxoLiveShowImpl.h"
 #include "engine/capture/Looks.h"
+#include "engine/filters/BeautyFilter.h"
 #include "engine/show/Limits.h"
 #include "engine/show/Texts.h"
 #include "engine/source/Devices.h"
@@ -82,8 +83,9 @@ int CVaxoLiveShow::SetVideoBitrate(int bitrate) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([bitrate](LiveCore& core) {
-        core.video.bitrate = bitrate;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.bitrate = bitrate;
+        core.SetVideo(video);
     });
 }
 
@@ -92,8 +94,9 @@ int CVaxoLiveShow::SetVideoFPS(int fps) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([fps](LiveCore& core) {
-        core.video.fps = fps;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.fps = fps;
+        core.SetVideo(video);
     });
 }
 
@@ -102,9 +105,10 @@ int CVaxoLiveShow::SetVideoResolution(int width, int height) {
         return VaxoLiveStatus_BadArgument;
     }
     return m_pImpl->Post([width, height](LiveCore& core) {
-        core.video.width = width;
-        core.video.height = height;
-        core.TheCapture().SetVideo(core.video);
+        vaxoengine::VideoSettings video = core.Video();
+        video.width = width;
+        video.height = height;
+        core.SetVideo(video);
     });
 }
 
@@ -177,11 +181,12 @@ int CVaxoLiveShow::EnableTorch(bool /*bEnable*/) {
 }
 
 int CVaxoLiveShow::EnableBeautifying(int nFeature) {
-    if (nFeature < 0 || nFeature > 100) {
+    if (nFeature < 0 || nFeature > static_cast<int>(vaxoengine::BeautyFilter::kAll)) {
         return VaxoLiveStatus_BadArgument;
     }
+    const auto features = static_cast<unsigned>(nFeature);
     return m_pImpl->Post(
-        [nFeature](LiveCore& core) { core.TheCapture().SetBeautifying(nFeature); });
+        [features](LiveCore& core) { core.TheCapture().SetBeautifying(features); });
 }
 
 int CVaxoLiveShow::SetFilter(int nIndex) {

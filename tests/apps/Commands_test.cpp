@@ -80,14 +80,14 @@ TEST_F(CommandsTest, PublishSetsEverythingBeforeItStarts) {
                             "640x360",    "--fps",      "20",
                             "--bitrate",  "900k",       "--rotation",
                             "90",         "--filter",   "3",
-                            "--beautify", "40",         "--no-mic",
+                            "--beautify", "5",          "--no-mic",
                             "--no-cam",   "--video",    Path("my film.mp4"),
                             "--audio",    "test:tone",  "--preview-window",
                             "77",         "--duration", "0"});
     EXPECT_EQ(app->End(), 0) << app->Error();
     EXPECT_EQ(Journal(),
               "Init 42 32\nSetVideoResolution 640 360\nSetVideoBitrate 900000\nSetVideoFPS 20\n"
-              "SetCaptureRotation 90\nSetFilter 3\nEnableBeautifying 40\nEnableMic off\n"
+              "SetCaptureRotation 90\nSetFilter 3\nEnableBeautifying 5\nEnableMic off\n"
               "EnableCam off\nSetVideoCaptureDeviceId file://" +
                   m_dir.string() +
                   "/my%20film.mp4\nSetAudioDevice 0 test:tone\nSetPreviewView 77\nStartPreview\n"

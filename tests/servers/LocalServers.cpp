@@ -293,6 +293,12 @@ void LocalServers::FreezeMedia() {
 void LocalServers::ThawMedia() {
     m_impl->Signal("nginx.pid", SIGCONT);
 }
+void LocalServers::FreezeChannel() {
+    m_impl->Signal("mosquitto.pid", SIGSTOP);
+}
+void LocalServers::ThawChannel() {
+    m_impl->Signal("mosquitto.pid", SIGCONT);
+}
 
 std::string LocalServers::Statistics() const {
     return Get(PortOf(HttpURL()), "/stat");

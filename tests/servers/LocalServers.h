@@ -39,6 +39,8 @@ public:
     // Stop and continue the processes: a server that is there and does not answer.
     void FreezeMedia();
     void ThawMedia();
+    void FreezeChannel();
+    void ThawChannel();
 
     std::string Statistics() const;  // the media server's own page, XML
     std::string MediaLog() const;    // its error log so far

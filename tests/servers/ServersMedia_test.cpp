@@ -151,6 +151,28 @@ TEST_F(ServersMedia, SignedPublishIsReadOverHls) {
     EXPECT_NE(probe.output.find("aac"), string::npos) << probe.output;
 }
 
+TEST_F(ServersMedia, TheReasonOfARefusalIsToldToWhomeverSigned) {
+    const auto why = [](const string& action, const string& address) {
+        return Http("GET", "/why?action=" + action + "&name=" + Replaced(address, "?", "&"));
+    };
+    for (const char* const action : {"publish", "play"}) {
+        SCOPED_TRACE(action);
+        EXPECT_EQ(why(action, MediaAddress(action, Servers().App(), "42_shown")).body, "good\n");
+        for (const Refusal& refusal : kRefusals) {
+            const HttpAnswer answer = why(action, refusal.address(action));
+            const string reason = refusal.reason;
+            if (answer.status == 200) {
+                EXPECT_EQ(answer.body, reason == "expired" ? "expired\n" : "refused\n")
+                    << refusal.what;
+            } else {
+                EXPECT_EQ(answer.status, 400) << refusal.what;
+                EXPECT_TRUE(reason == "unsigned" || reason == "arguments twice") << refusal.what;
+            }
+        }
+    }
+    EXPECT_EQ(why("upload", MediaAddress("upload", Servers().App(), "42_shown")).status, 400);
+}
+
 TEST_F(ServersMedia, PlaylistIsNotCached) {
     const HttpAnswer answer =
         Http("GET", HlsPath(Servers().App(), "42_shown", "42_shown/index.m3u8"));

@@ -1,5 +1,6 @@
 #include "engine/capture/Capture.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/capture/CaptureImpl.h"
@@ -33,6 +34,8 @@ bool Capture::StartEncoding(EncodedSinks sinks) {
     m_impl->StopEncoders();
     m_impl->sinks = std::move(sinks);
     m_impl->encoding = true;
+    m_impl->bitrate = m_impl->video.bitrate;
+    m_impl->fps = m_impl->video.fps;
     if (!m_impl->Update() || !m_impl->StartEncoders()) {
         StopEncoding();
         return false;
@@ -72,6 +75,8 @@ void Capture::SetPreviewMode(ViewMode mode) {
 
 void Capture::SetVideo(const VideoSettings& settings) {
     const VideoSettings before = std::exchange(m_impl->video, settings);
+    const int encoded = std::exchange(m_impl->bitrate, settings.bitrate);
+    m_impl->fps = settings.fps;
     const bool sameFormat = before.fps == settings.fps && before.width == settings.width &&
                             before.height == settings.height;
     if (!sameFormat && m_impl->pipeline.Get() != nullptr) {
@@ -79,11 +84,29 @@ void Capture::SetVideo(const VideoSettings& settings) {
         m_impl->UpdateSources();
     }
     Encoder* const encoder = m_impl->videoEncoder.Get();
-    if (encoder == nullptr || (sameFormat && before.bitrate == settings.bitrate)) {
+    if (encoder == nullptr) {
         return;
     }
-    if (sameFormat && settings.bitrate < before.bitrate) {
-        encoder->LowerBitrate(settings.bitrate);
+    if (sameFormat && settings.bitrate <= encoded) {
+        encoder->SetRate(settings.bitrate, settings.fps);
+    } else if (!m_impl->StartVideoEncoder()) {
+        m_impl->OnBroken("the encoder cannot be made anew");
+    }
+}
+
+const VideoSettings& Capture::Video() const {
+    return m_impl->video;
+}
+
+void Capture::Adapt(int bitrate, int fps) {
+    const int before = std::exchange(m_impl->bitrate, std::min(bitrate, m_impl->video.bitrate));
+    m_impl->fps = std::min(fps, m_impl->video.fps);
+    Encoder* const encoder = m_impl->videoEncoder.Get();
+    if (encoder == nullptr) {
+        return;
+    }
+    if (m_impl->bitrate <= before) {
+        encoder->SetRate(m_impl->bitrate, m_impl->fps);
     } else if (!m_impl->StartVideoEncoder()) {
         m_impl->OnBroken("the encoder cannot be made anew");
     }
@@ -103,10 +126,10 @@ void Capture::SetFilter(int index) {
     }
 }
 
-void Capture::SetBeautifying(int feature) {
-    m_impl->beauty = feature;
+void Capture::SetBeautifying(unsigned features) {
+    m_impl->beauty = features;
     if (CapturePipeline* const pipeline = m_impl->pipeline.Get()) {
-        pipeline->SetBeauty(feature);
+        pipeline->SetBeauty(features);
     }
 }
 
@@ -151,7 +174,13 @@ bool Capture::TakePreviewSnapshot(Snapshot& out) {
 
 Capture::Stats Capture::GetStats() const {
     const RateMeter::Rate video = m_impl->videoRate.Read();
-    return {static_cast<double>(video.count), video.bits, m_impl->audioRate.Read().bits};
+    Stats stats{
+        static_cast<double>(video.count), video.bits, m_impl->audioRate.Read().bits, {}, {}};
+    if (m_impl->sources) {
+        stats.videoDevice = m_impl->sources->VideoDevice();
+        stats.audioDevice = m_impl->sources->AudioDevice();
+    }
+    return stats;
 }
 
 }  // namespace vaxoengine

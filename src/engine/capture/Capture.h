@@ -38,8 +38,9 @@ struct EncodedSinks {
 class Capture {
 public:
     // `onTrouble`: engine's thread; the device or the encoder failed (text for the log).
-    // The pictures go on as black, the sound as silence; an encoder is made anew. It must not
-    // destroy the capture.
+    // The pictures go on from the next camera, else as the test picture, or as black when no
+    // camera was chosen; the sound from the next microphone, else as silence; an encoder is made
+    // anew. It must not destroy the capture.
     explicit Capture(std::function<void(const std::string&)> onTrouble);
     ~Capture();
     Capture(const Capture&) = delete;
@@ -58,11 +59,15 @@ public:
     void SetPreviewWindow(unsigned long window);
     void SetPreviewMode(ViewMode mode);
 
-    void SetVideo(const VideoSettings& settings);  // values are in range
-    void SetRotation(int degrees);                 // 0, 90, 180, 270, clockwise
-    void SetFilter(int index);                     // 0 <= index < kLooks (Looks.h)
-    void SetBeautifying(int feature);              // 0: off, 1..100: how much
-    void SetVideoDevice(const std::string& id);    // as Devices lists them; empty: the default
+    void SetVideo(const VideoSettings& settings);  // values are in range; ends an Adapt
+    const VideoSettings& Video() const;
+    // What the network takes is encoded, until the next SetVideo or StartEncoding: at most what
+    // was set. A higher bitrate begins with a key frame.
+    void Adapt(int bitrate, int fps);
+    void SetRotation(int degrees);               // 0, 90, 180, 270, clockwise
+    void SetFilter(int index);                   // 0 <= index < kLooks (Looks.h)
+    void SetBeautifying(unsigned features);      // bits of BeautyFilter.h
+    void SetVideoDevice(const std::string& id);  // as Devices lists them; empty: the default
     void SetAudioDevice(
         const std::string& id);          // empty: the default, or the video file's own sound
     void SetFrontCamera(bool front);     // when no device was chosen
@@ -80,6 +85,8 @@ public:
         double fps = 0;             // encoded over the last second
         unsigned videoBitrate = 0;  // bits a second, encoded over the last second
         unsigned audioBitrate = 0;
+        std::string videoDevice;  // where the picture comes from now; empty: nothing runs
+        std::string audioDevice;
     };
     Stats GetStats() const;
 

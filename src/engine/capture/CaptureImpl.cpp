@@ -77,7 +77,7 @@ bool Capture::Impl::StartPipeline() {
     sources = std::make_unique<SourceSwitch>(
         SourceSinks{[to](GstSample* sample) { to->PushVideo(sample); },
                     [to](GstSample* sample) { to->PushAudio(sample); }},
-        onTrouble);
+        SourceFallbacks{NextVideoDevice, NextAudioDevice}, onTrouble);
     UpdateSources();
     return true;
 }
@@ -134,14 +134,19 @@ void Capture::Impl::UpdateView() {
 }
 
 bool Capture::Impl::StartVideoEncoder() {
+    VideoSettings encoded = video;
+    encoded.bitrate = bitrate;
     auto made = Encoder::OfVideo(
-        video,
+        encoded,
         [this](GstSample* sample) {
             videoRate.Add(
                 static_cast<unsigned>(gst_buffer_get_size(gst_sample_get_buffer(sample))));
             sinks.video(sample);
         },
         [this](const std::string& text) { OnBroken(text); });
+    if (made) {
+        made->SetRate(bitrate, fps);
+    }
     videoEncoder.Set(std::move(made));
     return videoEncoder.Get() != nullptr;
 }

@@ -54,7 +54,7 @@ struct Capture::Impl {
     VideoSettings video;
     int rotation = 0;
     int look = 0;
-    int beauty = 0;
+    unsigned beauty = 0;
     std::string videoDevice;
     std::string audioDevice;
     bool front = true;
@@ -65,6 +65,8 @@ struct Capture::Impl {
     bool preview = false;
     bool encoding = false;
     EncodedSinks sinks;
+    int bitrate = VideoSettings().bitrate;  // encoded now: at most what was asked for
+    int fps = VideoSettings().fps;
 
     // What runs.
     GstClockTime baseTime = GST_CLOCK_TIME_NONE;

@@ -7,6 +7,7 @@
 
 #include "engine/capture/Capture.h"
 #include "engine/capture/Samples.h"
+#include "engine/filters/BeautyElement.h"
 
 namespace vaxoengine {
 
@@ -29,8 +30,8 @@ constexpr GstClockTime kAuxAhead = 60 * GST_MSECOND;
 std::string Text() {
     const std::string live = kLive;
     const std::string sound = kRawSound;
-    return "appsrc name=video" + live + "max-buffers=3" +
-           " ! videoflip name=flip ! videoscale add-borders=true"
+    return "appsrc name=video" + live + "max-buffers=3" + " ! " + kBeautyElement +
+           " name=beauty ! videoflip name=flip ! videoscale add-borders=true"
            " ! capsfilter name=size ! tee name=tee allow-not-linked=true"
            " tee. ! appsink name=pictures sync=false async=false max-buffers=1 drop=true"
            " appsrc name=audio" +
@@ -60,7 +61,7 @@ void SetCaps(const GstRef<GstElement>& pipeline, const char* name, GstCaps* caps
 CapturePipeline::CapturePipeline(RawSinks sinks, std::function<void(const std::string&)> onTrouble)
     : m_sinks(std::move(sinks)),
       m_onTrouble(std::move(onTrouble)),
-      m_pipeline(MakePipeline(Text())) {
+      m_pipeline(RegisterBeautyElement() ? MakePipeline(Text()) : nullptr) {
     if (!m_pipeline) {
         return;
     }
@@ -127,9 +128,9 @@ void CapturePipeline::SetLook(int index) {
     }
 }
 
-void CapturePipeline::SetBeauty(int strength) {
-    if (m_filter) {
-        m_filter->SetBeauty(strength);
+void CapturePipeline::SetBeauty(unsigned features) {
+    if (m_pipeline) {
+        g_object_set(Find(m_pipeline, "beauty").get(), "features", features, nullptr);
     }
 }
 

@@ -44,7 +44,7 @@ public:
     void SetVideo(const VideoSettings& settings);
     void SetRotation(int degrees);
     void SetLook(int index);
-    void SetBeauty(int strength);
+    void SetBeauty(unsigned features);
 
     // One thread a kind at a time; never block. Transfer full; stamped with running times.
     void PushVideo(GstSample* sample);

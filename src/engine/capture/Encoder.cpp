@@ -28,6 +28,14 @@ std::string SourceText(int buffers) {
 
 constexpr const char* kSinkText = " ! appsink name=sink sync=false async=false max-buffers=4";
 
+// An encoder begins with as many samples of silence, which its time stamps do not tell.
+struct AudioCodec {
+    const char* encoder;
+    guint64 delay;
+};
+constexpr AudioCodec kAudioCodecs[] = {{"avenc_aac", 1024}, {"voaacenc", 1600}};
+constexpr guint64 kSoundRate = 48000;  // of the capture
+
 int KiloBits(int bitrate) {
     return std::max(1, bitrate / 1000);
 }
@@ -52,22 +60,25 @@ std::unique_ptr<Encoder> Encoder::OfVideo(const VideoSettings& settings, Sink si
                      " threads=" + std::to_string(threads) +
                      " ! video/x-h264,profile=main ! h264parse config-interval=-1" +
                      " ! video/x-h264,stream-format=avc,alignment=au" + kSinkText),
-        true, std::move(sink), std::move(onTrouble)));
+        settings.fps, 0, std::move(sink), std::move(onTrouble)));
     return made->Start() ? std::move(made) : nullptr;
 }
 
 std::unique_ptr<Encoder> Encoder::OfAudio(Sink sink, Trouble onTrouble) {
-    const char* const encoder = Exists("avenc_aac") ? "avenc_aac" : "voaacenc";
+    const AudioCodec& codec = Exists(kAudioCodecs[0].encoder) ? kAudioCodecs[0] : kAudioCodecs[1];
     std::unique_ptr<Encoder> made(new Encoder(
-        MakePipeline(SourceText(20) + "audioconvert ! " + encoder + " bitrate=96000" +
+        MakePipeline(SourceText(20) + "audioconvert ! " + codec.encoder + " bitrate=96000" +
                      " ! aacparse ! audio/mpeg,mpegversion=4,stream-format=raw" + kSinkText),
-        false, std::move(sink), std::move(onTrouble)));
+        0, gst_util_uint64_scale(codec.delay, GST_SECOND, kSoundRate), std::move(sink),
+        std::move(onTrouble)));
     return made->Start() ? std::move(made) : nullptr;
 }
 
-Encoder::Encoder(GstRef<GstElement> pipeline, bool keyFrames, Sink sink, Trouble onTrouble)
+Encoder::Encoder(GstRef<GstElement> pipeline, int fps, GstClockTime delay, Sink sink,
+                 Trouble onTrouble)
     : m_pipeline(std::move(pipeline)),
-      m_keyFrames(keyFrames),
+      m_fps(fps),
+      m_delay(delay),
       m_sink(std::move(sink)),
       m_onTrouble(std::move(onTrouble)) {}
 
@@ -86,7 +97,7 @@ bool Encoder::Start() {
     m_end = Find(m_pipeline, "sink");
     ConnectAppSink(m_end.get(), [this](GstSample* sample) {
         const GstSampleRef owned(sample);
-        if (GstSampleRef stamped = InRunningTime(sample)) {
+        if (GstSampleRef stamped = InRunningTime(sample, m_delay)) {
             m_sink(stamped.release());
         }
     });
@@ -104,8 +115,11 @@ void Encoder::OnMessage(GstMessage* message) {
 
 void Encoder::Push(GstSample* sample) {
     // By time, because a source may give fewer pictures than the rate says.
-    if (m_keyFrames) {
+    if (m_fps > 0) {
         const GstClockTime stamp = GST_BUFFER_PTS(gst_sample_get_buffer(sample));
+        if (!IsDue(stamp)) {
+            return;
+        }
         if (!GST_CLOCK_TIME_IS_VALID(m_nextKey)) {
             m_nextKey = stamp + kGroup;
         } else if (stamp >= m_nextKey) {
@@ -116,12 +130,29 @@ void Encoder::Push(GstSample* sample) {
     gst_app_src_push_sample(GST_APP_SRC(m_source.get()), sample);
 }
 
+bool Encoder::IsDue(GstClockTime stamp) {
+    const GstClockTime period = m_period;
+    // A little early is due: stamps are rounded, and sources are not exact.
+    if (period == 0) {
+        return true;
+    }
+    if (stamp + period / 8 < m_nextPicture) {
+        return false;
+    }
+    m_nextPicture = std::max(m_nextPicture + period, stamp + period / 2);
+    return true;
+}
+
 void Encoder::ForceKeyFrame() {
     gst_element_send_event(
         m_end.get(), gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
 }
 
-void Encoder::LowerBitrate(int bitrate) {
+void Encoder::SetRate(int bitrate, int fps) {
+    m_period = fps < m_fps ? GST_SECOND / static_cast<GstClockTime>(std::max(1, fps)) : 0;
+    if (bitrate == std::exchange(m_bitrate, bitrate)) {
+        return;
+    }
     const GstRef<GstElement> encoder = Find(m_pipeline, "encoder");
     g_object_set(encoder.get(), "bitrate", static_cast<guint>(KiloBits(bitrate)), nullptr);
 }

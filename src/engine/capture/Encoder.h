@@ -4,6 +4,7 @@
 #ifndef VAXO_ENGINE_CAPTURE_ENCODER_H
 #define VAXO_ENGINE_CAPTURE_ENCODER_H
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -40,19 +41,28 @@ public:
 
     // Of a video encoder:
     void ForceKeyFrame();  // any thread
-    // Reaches lower rates reliably; for a higher one make a new encoder.
-    void LowerBitrate(int bitrate);
+    // Bits and pictures a second from now on, at most what it was made for: lower rates are
+    // reached within a second, a higher one than the last not reliably (make a new encoder).
+    // Of a source that gives more pictures some are left out.
+    void SetRate(int bitrate, int fps);
 
 private:
-    Encoder(GstRef<GstElement> pipeline, bool keyFrames, Sink sink, Trouble onTrouble);
+    Encoder(GstRef<GstElement> pipeline, int fps, GstClockTime delay, Sink sink, Trouble onTrouble);
     bool Start();
     void OnMessage(GstMessage* message);
 
     GstRef<GstElement> m_pipeline;
     GstRef<GstElement> m_source;
     GstRef<GstElement> m_end;
-    GstClockTime m_nextKey = GST_CLOCK_TIME_NONE;  // the pushing thread's
-    const bool m_keyFrames;
+    bool IsDue(GstClockTime stamp);
+
+    int m_bitrate = 0;                      // of the last SetRate
+    std::atomic<GstClockTime> m_period{0};  // between two pictures; 0: any
+    // The pushing thread's.
+    GstClockTime m_nextKey = GST_CLOCK_TIME_NONE;
+    GstClockTime m_nextPicture = 0;
+    const int m_fps;             // 0: sound
+    const GstClockTime m_delay;  // by which what comes out stands behind its time stamps
     const Sink m_sink;
     Trouble m_onTrouble;
     std::unique_ptr<BusWatch> m_bus;

@@ -5,15 +5,12 @@
 #include <gst/video/video.h>
 
 #include "engine/base/GstRef.h"
-#include "engine/capture/BeautyFilter.h"
 #include "engine/capture/Looks.h"
 
 namespace vaxoengine {
 
 struct PictureFilter::Impl {
     std::atomic<int> look{0};
-    std::atomic<int> beauty{0};
-    BeautyFilter filter;  // the pad's streaming thread alone
 };
 
 namespace {
@@ -53,14 +50,10 @@ PictureFilter::PictureFilter(GstPad* pad)
     const auto onBuffer = [](GstPad* at, GstPadProbeInfo* info, gpointer held) {
         Impl& impl = **static_cast<Held*>(held);
         const int look = impl.look;
-        const int beauty = impl.beauty;
-        if (look != 0 || beauty != 0) {
+        if (look != 0) {
             GstBuffer* const buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
             info->data = buffer;
-            ChangeBuffer(at, buffer, [&](const Picture& picture) {
-                impl.filter.Apply(beauty, picture);
-                ApplyLook(look, picture);
-            });
+            ChangeBuffer(at, buffer, [&](const Picture& picture) { ApplyLook(look, picture); });
         }
         return GST_PAD_PROBE_OK;
     };
@@ -76,10 +69,6 @@ PictureFilter::~PictureFilter() {
 
 void PictureFilter::SetLook(int index) {
     m_impl->look = index;
-}
-
-void PictureFilter::SetBeauty(int strength) {
-    m_impl->beauty = strength;
 }
 
 }  // namespace vaxoengine

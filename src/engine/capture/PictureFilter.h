@@ -1,4 +1,4 @@
-// Look and beautifying at a pad of a running pipeline.
+// The look at a pad of a running pipeline.
 #ifndef VAXO_ENGINE_CAPTURE_PICTUREFILTER_H
 #define VAXO_ENGINE_CAPTURE_PICTUREFILTER_H
 
@@ -8,9 +8,9 @@
 
 namespace vaxoengine {
 
-// While a look or a strength is set, every I420 picture that passes the pad is changed (a
+// While a look is set, every I420 picture that passes the pad is changed (a
 // copy of it if somebody else holds it too); otherwise the pictures pass untouched. Pictures
-// of other formats always do. The setters may be called on any thread.
+// of other formats always do. SetLook may be called on any thread.
 class PictureFilter {
 public:
     explicit PictureFilter(GstPad* pad);
@@ -18,8 +18,7 @@ public:
     PictureFilter(const PictureFilter&) = delete;
     PictureFilter& operator=(const PictureFilter&) = delete;
 
-    void SetLook(int index);       // 0 <= index < kLooks
-    void SetBeauty(int strength);  // 0..100
+    void SetLook(int index);  // 0 <= index < kLooks
 
 private:
     struct Impl;

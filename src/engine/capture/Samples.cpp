@@ -1,5 +1,6 @@
 #include "engine/capture/Samples.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <gst/app/gstappsink.h>
@@ -26,20 +27,20 @@ GstFlowReturn OnNewSample(GstAppSink* appSink, gpointer sink) {
 
 }  // namespace
 
-GstSampleRef InRunningTime(GstSample* sample) {
+GstSampleRef InRunningTime(GstSample* sample, GstClockTime earlier) {
     GstBuffer* const buffer = gst_sample_get_buffer(sample);
     if (buffer == nullptr) {
         return nullptr;
     }
     const GstSegment* const segment = gst_sample_get_segment(sample);
     const GstClockTime pts = RunningTime(segment, GST_BUFFER_PTS(buffer));
-    if (!GST_CLOCK_TIME_IS_VALID(pts)) {
+    if (!GST_CLOCK_TIME_IS_VALID(pts) || pts < earlier) {
         return nullptr;
     }
     const GstClockTime dts = RunningTime(segment, GST_BUFFER_DTS(buffer));
     GstBuffer* const copy = gst_buffer_copy(buffer);
-    GST_BUFFER_PTS(copy) = pts;
-    GST_BUFFER_DTS(copy) = dts;
+    GST_BUFFER_PTS(copy) = pts - earlier;
+    GST_BUFFER_DTS(copy) = GST_CLOCK_TIME_IS_VALID(dts) ? dts - std::min(earlier, dts) : dts;
     GstSegment plain;
     gst_segment_init(&plain, GST_FORMAT_TIME);
     GstSampleRef result(gst_sample_new(copy, gst_sample_get_caps(sample), &plain, nullptr));

@@ -22,8 +22,10 @@ bool Same(const SourceFormat& a, const SourceFormat& b) {
 
 }  // namespace
 
-SourceSwitch::SourceSwitch(SourceSinks sinks, std::function<void(const std::string&)> onTrouble)
+SourceSwitch::SourceSwitch(SourceSinks sinks, SourceFallbacks fallbacks,
+                           std::function<void(const std::string&)> onTrouble)
     : m_sinks(std::move(sinks)),
+      m_fallbacks(std::move(fallbacks)),
       m_onTrouble(std::move(onTrouble)),
       m_self(std::make_shared<SourceSwitch*>(this)) {}
 
@@ -37,13 +39,9 @@ void SourceSwitch::Run(GstClockTime baseTime, const SourceWish& wish) {
         Stop();
     }
     m_baseTime = baseTime;
-    m_wish = wish;
-    if (m_video.failed != wish.video) {
-        m_video.failed.clear();
-    }
-    if (m_audio.failed != wish.audio) {
-        m_audio.failed.clear();
-    }
+    m_wished = wish.format;
+    Wish(m_video, wish.video);
+    Wish(m_audio, wish.audio);
     Apply();
     if (!m_watch.Running()) {
         m_watch.Every(kWatchPeriod, [this] { Watch(); });
@@ -60,16 +58,36 @@ void SourceSwitch::Stop() {
 }
 
 void SourceSwitch::TryAgain() {
-    m_video.failed.clear();
-    m_audio.failed.clear();
+    Forget(m_video);
+    Forget(m_audio);
+}
+
+void SourceSwitch::Wish(Feed& feed, const std::string& device) {
+    if (feed.wish != device) {
+        feed.wish = device;
+        Forget(feed);
+    }
+}
+
+void SourceSwitch::Forget(Feed& feed) {
+    feed.failed.clear();
+    feed.standIn.clear();
+}
+
+// `nothing`: what always runs.
+void SourceSwitch::Replace(Feed& feed, const SourceFallbacks::Next& next, const char* nothing) {
+    feed.failed.insert(feed.device);
+    feed.standIn = next ? next(feed.device, feed.failed) : std::string();
+    if (feed.standIn.empty() || feed.failed.count(feed.standIn) != 0) {
+        feed.standIn = nothing;
+    }
 }
 
 void SourceSwitch::Apply() {
-    const std::string video = m_video.failed.empty() ? m_wish.video : kBlack;
-    const std::string audio = m_audio.failed.empty() ? m_wish.audio : kSilence;
+    const std::string video = m_video.standIn.empty() ? m_video.wish : m_video.standIn;
+    const std::string audio = m_audio.standIn.empty() ? m_audio.wish : m_audio.standIn;
     const bool joint = video == audio && IsFile(video);
-    const bool videoStays =
-        m_video.device == video && m_joint == joint && Same(m_format, m_wish.format);
+    const bool videoStays = m_video.device == video && m_joint == joint && Same(m_format, m_wished);
     const bool audioStays = m_audio.device == audio && m_joint == joint && (!joint || videoStays);
     if (!videoStays) {
         m_video.source.reset();
@@ -78,7 +96,7 @@ void SourceSwitch::Apply() {
         m_audio.source.reset();
     }
     m_joint = joint;
-    m_format = m_wish.format;
+    m_format = m_wished;
     m_video.device = video;
     m_audio.device = audio;
     if (!videoStays) {
@@ -144,10 +162,10 @@ void SourceSwitch::OnTrouble(unsigned number, const std::string& text) {
         return;  // a source that is gone already
     }
     if (video) {
-        m_video.failed = m_wish.video;
+        Replace(m_video, m_fallbacks.video, kBlack);
     }
     if (audio) {
-        m_audio.failed = m_wish.audio;
+        Replace(m_audio, m_fallbacks.audio, kSilence);
     }
     Apply();
     m_onTrouble(text);
@@ -155,14 +173,14 @@ void SourceSwitch::OnTrouble(unsigned number, const std::string& text) {
 
 // A camera that hangs, a file without a picture. A file without sound is no trouble.
 void SourceSwitch::Watch() {
-    const bool noVideo = ++m_video.quiet == kPatience && m_video.failed.empty();
+    const bool noVideo = ++m_video.quiet == kPatience && m_video.device != kBlack;
     const bool noAudio =
-        ++m_audio.quiet == kPatience && m_audio.failed.empty() && !IsFile(m_audio.device);
+        ++m_audio.quiet == kPatience && m_audio.device != kSilence && !IsFile(m_audio.device);
     if (noVideo) {
-        m_video.failed = m_wish.video;
+        Replace(m_video, m_fallbacks.video, kBlack);
     }
     if (noAudio) {
-        m_audio.failed = m_wish.audio;
+        Replace(m_audio, m_fallbacks.audio, kSilence);
     }
     if (noVideo || noAudio) {
         Apply();

@@ -9,7 +9,8 @@
 //     Message  to one of the topics subscribed, in the order the service sent them
 //     Down     the end, with its reason; the last one, always, unless cut
 // The thread ends by itself: at once when cut, unless the resolver keeps it; a host that
-// does not answer is given up after 5 s.
+// does not answer is given up after 5 s. A service that falls silent (frozen, or behind a cut
+// cable) ends the link with Timeout, 5 s later at most.
 #ifndef VAXO_ENGINE_CHANNEL_CHANNELLINK_H
 #define VAXO_ENGINE_CHANNEL_CHANNELLINK_H
 
@@ -25,10 +26,11 @@ namespace vaxoengine {
 
 struct LinkConfig {
     ServiceAddress address;
-    std::string identity;   // name of the key, and the user name
-    std::string key;        // bytes; never logged
-    std::string client;     // this client's name at the service
-    std::string willTopic;  // its retained message is cleared when the connection breaks
+    std::string identity;    // name of the key, and the user name
+    std::string key;         // bytes; never logged
+    std::string client;      // this client's name at the service
+    std::string willTopic;   // its retained message is cleared when the connection breaks
+    std::string pulseTopic;  // nobody listens there: written to when the service is silent
 };
 
 struct LinkEvent {

@@ -6,6 +6,7 @@
 #include <random>
 #include <utility>
 
+#include "engine/base/Backoff.h"
 #include "engine/base/EngineLoop.h"
 #include "engine/channel/ChannelLink.h"
 #include "engine/channel/ChannelMembers.h"
@@ -21,8 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kAnswerTime(8000);
-constexpr milliseconds kFirstRetry(500);
-constexpr milliseconds kLastRetry(8000);
+constexpr BackoffLimits kBackoff{milliseconds(500), milliseconds(8000), BackoffLimits::kNever};
 constexpr milliseconds kLeaveTime(2000);
 // When the service has forgotten everything, the other members need as long to tell it again.
 constexpr milliseconds kReturnTime(4000);
@@ -59,6 +59,7 @@ struct ChannelService::Impl : std::enable_shared_from_this<Impl> {
 
     void Enter();
     void SetPublished(const ChannelStream* stream);
+    void AskKeyFrame(const std::string& streamID) const;
     void Leave(std::function<void()> done);
     void Abandon();
 
@@ -103,7 +104,7 @@ struct ChannelService::Impl : std::enable_shared_from_this<Impl> {
     ChannelRecord record;
     ChannelMembers members;
     std::pair<unsigned, unsigned> counts;
-    milliseconds retry = kFirstRetry;
+    Backoff backoff{kBackoff};
     EngineTimer timer;    // answer, next attempt or leave, as the phase says
     EngineTimer missing;  // for members that were there before a loss
     std::vector<std::function<void()>> done;
@@ -133,7 +134,7 @@ void ChannelService::Impl::Enter() {
     members = ChannelMembers(prefix);
     counts = {};
     warned = false;
-    retry = kFirstRetry;
+    backoff.Reset();
     address = ParseServiceAddress(config.url);
     if (!address) {
         Refuse(ChannelError_Address);
@@ -162,6 +163,7 @@ void ChannelService::Impl::Connect() {
     linkConfig.key = config.key;
     linkConfig.client = session;
     linkConfig.willTopic = Topic("m");
+    linkConfig.pulseTopic = Topic("p");
     link = std::make_unique<ChannelLink>(
         std::move(linkConfig), [weak = weak_from_this()](const std::vector<LinkEvent>& events) {
             if (const auto self = weak.lock()) {
@@ -216,6 +218,7 @@ void ChannelService::Impl::OnUp() {
     members.DoubtAll();
     PublishRecord();
     link->Subscribe(base + "m/+");
+    link->Subscribe(Topic("k"));
     link->Subscribe(Topic("b"));
     link->Publish(Topic("b"), "complete", false);
 }
@@ -233,6 +236,10 @@ void ChannelService::Impl::OnMessage(const LinkEvent& message) {
     }
     if (message.topic == Topic("b")) {
         OnComplete();
+        return;
+    }
+    if (message.topic == Topic("k")) {
+        Tell([](ChannelObserver& told) { told.OnKeyFrameWanted(); });
         return;
     }
     if (message.topic.compare(0, membersBase.size(), membersBase) != 0) {
@@ -257,7 +264,7 @@ void ChannelService::Impl::OnComplete() {
         return;
     }
     timer.Stop();
-    retry = kFirstRetry;
+    backoff.Reset();
     const bool back = phase == Phase::Lost;
     phase = Phase::In;
     if (back) {
@@ -331,11 +338,10 @@ void ChannelService::Impl::OnDown(ChannelError error) {
 }
 
 void ChannelService::Impl::RetryLater() {
-    timer.Once(retry, [this] {
+    timer.Once(*backoff.Next(milliseconds(0)), [this] {
         const auto self = shared_from_this();
         Connect();
     });
-    retry = std::min(2 * retry, kLastRetry);
 }
 
 void ChannelService::Impl::SetPublished(const ChannelStream* stream) {
@@ -376,6 +382,17 @@ void ChannelService::Impl::Leave(std::function<void()> leaveDone) {
     });
 }
 
+void ChannelService::Impl::AskKeyFrame(const std::string& streamID) const {
+    if (!up || phase != Phase::In) {
+        return;
+    }
+    for (const ChannelStream& stream : members.Streams()) {
+        if (stream.streamID == streamID) {
+            link->Publish(base + "k/" + stream.streamGID.substr(prefix.size()), "", false);
+        }
+    }
+}
+
 void ChannelService::Impl::Left() {
     phase = Phase::Out;
     for (const auto& call : std::exchange(done, {})) {
@@ -407,6 +424,10 @@ void ChannelService::Enter() {
 
 void ChannelService::SetPublished(const ChannelStream* stream) {
     m_impl->SetPublished(stream);
+}
+
+void ChannelService::AskKeyFrame(const std::string& streamID) {
+    m_impl->AskKeyFrame(streamID);
 }
 
 void ChannelService::Leave(std::function<void()> done) {

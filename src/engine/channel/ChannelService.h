@@ -11,6 +11,10 @@
 // never waited for: at once, unless the system's resolver keeps it. Everything below is the
 // engine's thread only, observer calls included. A process may end at any time.
 //
+// Who begins to watch a stream asks its publisher for a key frame by a message to
+//     live/<identity>/<channel>/k/<session>
+// which is not retained.
+//
 // Of two streams with one identifier the one that began first is listed; the other appears
 // when that one goes. ChannelRecord.h says what of a stream is told and where it is cut.
 #ifndef VAXO_ENGINE_CHANNEL_CHANNELSERVICE_H
@@ -76,8 +80,10 @@ public:
     virtual void OnChannelStream(const ChannelStream& stream, VaxoAVStreamUpdateFlag flag) = 0;
     // `online`: members now, oneself included; `total`: members seen since the entry.
     virtual void OnChannelCounts(unsigned online, unsigned total) = 0;
-    virtual void OnChannelLost(ChannelError error) = 0;  // goes on trying, 0.5 s to 8 s apart
+    virtual void OnChannelLost(ChannelError error) = 0;  // goes on trying, up to 8 s apart
     virtual void OnChannelBack() = 0;
+    // Somebody begins to watch what this member publishes.
+    virtual void OnKeyFrameWanted() = 0;
 
 protected:
     ~ChannelObserver() = default;
@@ -96,6 +102,9 @@ public:
     // Tells the channel what this member publishes: streamID, title and addresses are used.
     // Null: nothing. Kept over reconnects.
     void SetPublished(const ChannelStream* stream);
+    // Tells the publisher of a listed stream that somebody begins to watch it. Without a
+    // connection, or for a stream that is not listed: nothing.
+    void AskKeyFrame(const std::string& streamID);
     // Clears the record and disconnects; `done` is called at most 2 s later, exactly once
     // (unless destroyed before). No observer call comes after Leave.
     void Leave(std::function<void()> done);

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -28,7 +29,10 @@ using std::chrono::milliseconds;
 constexpr milliseconds kConnectTime(5000);
 constexpr milliseconds kTick(500);
 constexpr milliseconds kCrowded(20);
-constexpr int kKeepAliveSeconds = 5;
+constexpr int kKeepAliveSeconds = 5;  // the library takes up to twice that to notice silence
+// A message of our own that the service acknowledges, and how long it may take to.
+constexpr milliseconds kPulsePeriod(1500);
+constexpr milliseconds kPulsePatience(3000);
 constexpr int kRefusal = 0x80;  // reason codes from here on are refusals
 
 bool IsReset(int systemError) {
@@ -75,6 +79,8 @@ private:
     int ReadAndWrite();
     void Send(const LinkRequest& request);
     void SendRequests();
+    bool TakePulse();
+    void Heard();
     ChannelError Reason(int code, int systemError) const;
     void Fail(ChannelError error);
 
@@ -88,6 +94,8 @@ private:
     ChannelError m_failure = ChannelError_None;
     int m_unanswered = 0;
     bool m_brokenOff = false;
+    Clock::time_point m_heard;
+    std::optional<Clock::time_point> m_asked;  // a pulse that nothing has come after
     bool m_up = false;
     bool m_finishing = false;
     bool m_leaving = false;
@@ -239,6 +247,9 @@ ChannelError LinkWorker::Serve() {
         if (m_finishing && !m_up) {
             return ChannelError_None;
         }
+        if (!TakePulse()) {
+            return ChannelError_Timeout;
+        }
         Wait();
     }
     return ChannelError_None;
@@ -301,6 +312,31 @@ void LinkWorker::Send(const LinkRequest& request) {
     }
 }
 
+// False: the service is silent, though the connection stands. Asked for after what had come
+// was read, so that a process that had been stopped does not take its own silence for that.
+bool LinkWorker::TakePulse() {
+    if (!m_up || m_finishing || !m_state->HasRoom()) {
+        Heard();
+        return true;
+    }
+    const auto now = Clock::now();
+    if (m_asked) {
+        return now - *m_asked < kPulsePatience;
+    }
+    if (now - m_heard >= kPulsePeriod) {
+        LinkRequest pulse;
+        pulse.topic = m_state->config.pulseTopic;
+        Send(pulse);
+        m_asked = now;
+    }
+    return true;
+}
+
+void LinkWorker::Heard() {
+    m_heard = Clock::now();
+    m_asked.reset();
+}
+
 ChannelError LinkWorker::Reason(int code, int systemError) const {
     if (code == MOSQ_ERR_KEEPALIVE) {
         return ChannelError_Timeout;
@@ -325,6 +361,7 @@ void LinkWorker::OnLog(const std::string& text) {
 void LinkWorker::OnConnect(int code) {
     if (code == MQTT_RC_SUCCESS) {
         m_up = true;
+        Heard();
         LinkEvent up;
         up.kind = LinkEvent::Up;
         m_state->Tell(std::move(up));
@@ -336,6 +373,7 @@ void LinkWorker::OnConnect(int code) {
 }
 
 void LinkWorker::OnAcknowledged(int code) {
+    Heard();
     --m_unanswered;
     if (code >= kRefusal) {
         Fail(ChannelError_Forbidden);
@@ -343,6 +381,7 @@ void LinkWorker::OnAcknowledged(int code) {
 }
 
 void LinkWorker::OnMessage(const mosquitto_message& message) {
+    Heard();
     LinkEvent event;
     event.kind = LinkEvent::Message;
     event.topic = message.topic;

@@ -1,14 +1,17 @@
 #include "engine/output/Output.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include <gst/app/gstappsrc.h>
 
 #include "engine/base/EngineLoop.h"
 #include "engine/base/GstRef.h"
+#include "engine/output/SendBacklog.h"
 #include "vaxolog.h"
 
 namespace vaxoengine {
@@ -63,6 +66,12 @@ public:
         gst_app_src_push_buffer(GST_APP_SRC(m_source.get()), shifted);
     }
 
+    std::chrono::milliseconds Queued() const {
+        const GstClockTime level =
+            m_source ? gst_app_src_get_current_level_time(GST_APP_SRC(m_source.get())) : 0;
+        return std::chrono::milliseconds(level / GST_MSECOND);
+    }
+
     void End() {
         if (m_source) {
             gst_app_src_end_of_stream(GST_APP_SRC(m_source.get()));
@@ -110,6 +119,7 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
     std::atomic<int> atSink{0};
     std::atomic<unsigned long long> bytes{0};
     bool flowing = false;
+    std::unique_ptr<SendBacklog> backlog;
 
     static GstPadProbeReturn AtSink(GstPad* pad, GstPadProbeInfo* info, gpointer impl);
     bool Start();
@@ -120,6 +130,8 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
     void SayGoodBye(std::function<void()> whenClosed);
     void OnFarewell(GstMessage* message);
     void Drop();
+    Flow GetFlow() const;
+    unsigned long long Written() const;
 
     EngineTimer farewell;
     std::function<void()> closed;
@@ -155,6 +167,9 @@ bool Output::Impl::Start() {
     const GstRef<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
     // The pipeline is stopped before this object goes, so the probe may know it plainly.
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, AtSink, this, nullptr);
+    guint port = 0;
+    g_object_get(sink.get(), "port", &port, nullptr);
+    backlog = std::make_unique<SendBacklog>(static_cast<unsigned short>(port));
     watch = std::make_unique<BusWatch>(pipeline.get(),
                                        [this](GstMessage* message) { OnMessage(message); });
     open = true;
@@ -250,6 +265,33 @@ void Output::Impl::Drop() {
     }
 }
 
+// Bytes that were given to the connection.
+unsigned long long Output::Impl::Written() const {
+    GstStructure* stats = nullptr;
+    g_object_get(Find(pipeline, "sink").get(), "stats", &stats, nullptr);
+    guint64 written = 0;
+    if (stats != nullptr) {
+        gst_structure_get_uint64(stats, "out-bytes-total", &written);
+        gst_structure_free(stats);
+    }
+    return written;
+}
+
+Flow Output::Impl::GetFlow() const {
+    Flow flow;
+    if (!open || !backlog) {
+        return flow;
+    }
+    flow.queued = video.Queued();
+    flow.arrived = Written();
+    if (const std::optional<SendBacklog::Reading> reading = backlog->Read(flow.arrived)) {
+        flow.late = std::chrono::duration_cast<std::chrono::milliseconds>(reading->late);
+        flow.unsent = reading->unsent;
+        flow.arrived -= std::min<unsigned long long>(flow.arrived, reading->unacknowledged);
+    }
+    return flow;
+}
+
 Output::Output(const std::string& signedAddress, GstClockTime baseTime, Callback onEvent)
     : m_impl(std::make_shared<Impl>()) {
     m_impl->address = signedAddress;
@@ -287,6 +329,10 @@ void Output::PushAudio(GstSample* sample) {
     } else {
         gst_sample_unref(sample);
     }
+}
+
+Flow Output::GetFlow() const {
+    return m_impl->GetFlow();
 }
 
 unsigned long long Output::BytesSent() const {

@@ -10,6 +10,8 @@
 
 #include <gst/gst.h>
 
+#include "engine/output/Flow.h"
+
 namespace vaxoengine {
 
 enum class OutputEvent {
@@ -35,6 +37,8 @@ public:
     void PushVideo(GstSample* sample);
     void PushAudio(GstSample* sample);
     unsigned long long BytesSent() const;
+
+    Flow GetFlow() const;
 
     // Ends the output: nothing is sent any more and there are no events. The server is told,
     // which takes a moment; `closed` is called on the engine's thread when the name is free

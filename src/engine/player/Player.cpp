@@ -33,8 +33,12 @@ constexpr milliseconds kPictureWait{5000};
 constexpr milliseconds kTrackWait{1000};
 // How long the source may go on connecting when nobody waits for it any more.
 constexpr milliseconds kLeaveLimit{10000};
+// How long it may take to close a connection that the server has turned away.
+constexpr milliseconds kCloseLimit{200};
 constexpr milliseconds kStatsPeriod{250};
 constexpr seconds kStatsSpan{1};
+constexpr std::int64_t kTooLate = 1000 * LivePacer::kMilli;
+constexpr int kLateMeasurements = 8;  // two seconds
 
 }  // namespace
 
@@ -87,7 +91,11 @@ bool Player::Impl::Start() {
             self->Finish(&PlayerCallbacks::failed, std::string("nothing to play has come in time"));
         }
     });
-    measuring.Every(kStatsPeriod, [this] { Measure(); });
+    measuring.Every(kStatsPeriod, [weak = weak_from_this()] {
+        if (const std::shared_ptr<Impl> self = weak.lock()) {
+            self->Measure();
+        }
+    });
     sound->Start(baseTime);
     connecting =
         gst_element_set_state(pipeline.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
@@ -95,14 +103,16 @@ bool Player::Impl::Start() {
 }
 
 // A source that is stopped before the server has answered loses its socket for ever: its
-// connection and the connection's event loop hold each other. So it may hear the answer first.
+// connection and the connection's event loop hold each other. So it may hear the answer first,
+// and close the connection when that was a refusal.
 void Player::Impl::Leave() {
     left = true;
     finished = true;
     view.reset();
     measuring.Stop();
-    if (connecting) {
-        limit.Once(kLeaveLimit, [self = shared_from_this()] { self->Stop(); });
+    if (connecting || refused) {
+        const milliseconds wait = connecting ? kLeaveLimit : kCloseLimit;
+        limit.Once(wait, [self = shared_from_this()] { self->Stop(); });
     } else {
         Stop();
     }
@@ -128,8 +138,9 @@ void Player::Impl::OnMessage(GstMessage* message) {
     if (isNews || isError) {
         connecting = false;
     }
+    refused = refused || (isError && bytes == 0);
     if (left && !connecting) {
-        Stop();
+        Leave();
     } else if (!finished && isError) {
         OnError(message);
     } else if (!finished && isNews) {
@@ -222,6 +233,18 @@ void Player::Impl::Measure() {
         measured.pop_front();
     }
     measured.push_back({now, shown.Count(), bytes});
+    MeasureLateness();
+}
+
+// The last: the callback may destroy the player.
+void Player::Impl::MeasureLateness() {
+    late = playing && pacer.Behind() > kTooLate ? late + 1 : 0;
+    if (late >= kLateMeasurements) {
+        late = 0;
+        if (callbacks.behind) {
+            callbacks.behind();
+        }
+    }
 }
 
 Player::Stats Player::Impl::GetStats() const {

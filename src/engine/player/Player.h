@@ -18,6 +18,10 @@ namespace vaxoengine {
 struct PlayerCallbacks {
     std::function<void()> playing;  // first picture (or, without pictures, first sound) shown; once
     std::function<void(int width, int height)> size;  // before `playing`, and on a change
+    // The stream has been coming more than a second late for two seconds, and stays so: the way
+    // has become long, and another connection would begin at the live edge. Told again after
+    // another two seconds.
+    std::function<void()> behind;
     std::function<void()> ended;  // the server ended it or went away: EOS does not say why
     std::function<void(const std::string& reason)> notFound;  // the server has no such stream
     std::function<void(const std::string& reason)> refused;   // address or signature refused

@@ -11,17 +11,12 @@
 
 #include "engine/base/EngineLoop.h"
 #include "engine/base/GstRef.h"
-#include "engine/player/Pacer.h"
+#include "engine/player/LivePacer.h"
 #include "engine/player/Player.h"
 #include "engine/player/ShownPictures.h"
 #include "engine/player/Sound.h"
 
 namespace vaxoengine {
-
-// How long after the shortest way a piece is due. A late picture is shown all the same; late
-// sound is lost, so it waits longer: 60 ms behind the picture, which nobody notices.
-constexpr std::int64_t kPictureCushion = 20 * GST_MSECOND;
-constexpr std::int64_t kSoundCushion = 80 * GST_MSECOND;
 
 // Messages from streaming threads to the engine's, through the bus: in order with its errors,
 // and gone with it.
@@ -52,6 +47,7 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     void OnFirstSound();
     void OnPlaying();
     void Measure();
+    void MeasureLateness();
     template <class Callback, class... Args>
     void Finish(Callback PlayerCallbacks::*callback, const Args&... args);
 
@@ -62,7 +58,8 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     static GstPadProbeReturn OnVideo(GstPad* pad, GstPadProbeInfo* info, gpointer impl);
     static GstPadProbeReturn OnAudio(GstPad* pad, GstPadProbeInfo* info, gpointer impl);
     std::int64_t Now() const;
-    void Place(GstPadProbeInfo* info, Pacer& pacer) const;
+    using Shift = std::int64_t (LivePacer::*)(std::int64_t now, std::int64_t media);
+    void Place(GstPadProbeInfo* info, Shift shift);
 
     struct Measured {
         std::chrono::steady_clock::time_point when;
@@ -81,15 +78,16 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     EngineTimer limit;
     EngineTimer measuring;
     std::deque<Measured> measured;
+    int late = 0;             // measurements in a row
     bool connecting = false;  // the server's answer is still to come
+    bool refused = false;     // it has come, and was no: the source is still closing
     bool left = false;        // nobody has the player any more
     bool finished = false;    // the last callback has been called
     bool playing = false;
     bool heard = false;
 
     // Of streaming threads.
-    Pacer videoPacer{kPictureCushion};
-    Pacer audioPacer{kSoundCushion};
+    LivePacer pacer;  // pictures and sound come on one thread
     ShownPictures shown;
     std::atomic<uint64> bytes{0};
     std::atomic<bool> hasVideo{false};

@@ -84,19 +84,19 @@ std::int64_t Player::Impl::Now() const {
 }
 
 // Gives a piece the running time at which it is due.
-void Player::Impl::Place(GstPadProbeInfo* info, Pacer& pacer) const {
+void Player::Impl::Place(GstPadProbeInfo* info, Shift shift) {
     GstBuffer* const buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
     GST_PAD_PROBE_INFO_DATA(info) = buffer;
     const GstClockTime media = GST_BUFFER_DTS_OR_PTS(buffer);
     if (GST_CLOCK_TIME_IS_VALID(media)) {
-        MoveTimes(buffer, pacer.Shift(Now(), static_cast<std::int64_t>(media)));
+        MoveTimes(buffer, (pacer.*shift)(Now(), static_cast<std::int64_t>(media)));
     }
 }
 
 GstPadProbeReturn Player::Impl::OnVideo(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer impl) {
     auto* const self = static_cast<Impl*>(impl);
     if (BufferOf(info) != nullptr) {
-        self->Place(info, self->videoPacer);
+        self->Place(info, &LivePacer::Picture);
     } else if (IsEvent(info, GST_EVENT_SEGMENT)) {
         // Times are running times from here on.
         GstSegment segment;
@@ -110,7 +110,7 @@ GstPadProbeReturn Player::Impl::OnVideo(GstPad* /*pad*/, GstPadProbeInfo* info, 
 // The pad leads nowhere: sound has a pipeline of its own.
 GstPadProbeReturn Player::Impl::OnAudio(GstPad* pad, GstPadProbeInfo* info, gpointer impl) {
     auto* const self = static_cast<Impl*>(impl);
-    self->Place(info, self->audioPacer);
+    self->Place(info, &LivePacer::Sound);
     if (const GstCapsRef caps{gst_pad_get_current_caps(pad)}) {
         self->sound->Push(BufferOf(info), caps.get());
     }

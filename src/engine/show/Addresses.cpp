@@ -67,6 +67,18 @@ std::string SignRtmp(const MediaServer& server, const std::string& address,
     return address + "?" + VaxoSignQuery(signer, action, name, now + kSignatureSeconds);
 }
 
+std::string WhyAddress(const MediaServer& server, const std::string& action,
+                       const std::string& signedAddress) {
+    const std::size_t mark = signedAddress.find('?');
+    const std::string name = Between(signedAddress.substr(0, mark), RtmpFront(server), "");
+    const std::string origin = OriginOf(server.uploadURL);
+    if (mark == std::string::npos || !IsName(name) || origin.empty()) {
+        return {};
+    }
+    return origin + "/why?action=" + action + "&name=" + name + "&" +
+           signedAddress.substr(mark + 1);
+}
+
 std::string SignHls(const MediaServer& server, const std::string& address, const VaxoSigner& signer,
                     long long now) {
     const std::string front = HlsFront(server);

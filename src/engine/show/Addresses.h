@@ -32,6 +32,10 @@ std::string HlsAddress(const MediaServer& server, unsigned appID, const std::str
 // (seconds since 1970). An address of another server comes back as it is.
 std::string SignRtmp(const MediaServer& server, const std::string& address,
                      const VaxoSigner& signer, const std::string& action, long long now);
+// Where the server says why it refuses that action with that signed address (of SignRtmp);
+// empty for addresses that it would not have to know.
+std::string WhyAddress(const MediaServer& server, const std::string& action,
+                       const std::string& signedAddress);
 std::string SignHls(const MediaServer& server, const std::string& address, const VaxoSigner& signer,
                     long long now);
 

@@ -76,6 +76,9 @@ LiveCore::~LiveCore() {
 Publisher::Host LiveCore::PublishHost() {
     Publisher::Host host;
     host.signedAddress = [this](const std::string& id) { return Signed("publish", id); };
+    host.whyAddress = [](const std::string& address) {
+        return WhyAddress(ServerOfTheSettings(), "publish", address);
+    };
     host.answer = [this](Mediq::VaxoAVState state, const std::string& id) {
         m_reports.PublishAnswer(state, id);
     };
@@ -91,6 +94,14 @@ PlayHost LiveCore::ThePlayHost() {
     host.inChannel = [this] { return m_inside; };
     host.listed = [this](const std::string& id) { return Listed(id); };
     host.signedAddress = [this](const std::string& id) { return Signed("play", id); };
+    host.whyAddress = [](const std::string& address) {
+        return WhyAddress(ServerOfTheSettings(), "play", address);
+    };
+    host.begins = [this](const std::string& id) {
+        if (m_channel) {
+            m_channel->AskKeyFrame(id);
+        }
+    };
     host.answer = [this](Mediq::VaxoAVState state, const std::string& id) {
         m_reports.PlayAnswer(state, id);
     };
@@ -163,6 +174,11 @@ void LiveCore::StopPublishing() {
     m_view->SetPublished("");
 }
 
+void LiveCore::SetVideo(const VideoSettings& settings) {
+    m_capture.SetVideo(settings);
+    m_publisher.OnVideoSet();
+}
+
 void LiveCore::TakePreviewSnapshot() {
     const auto snapshot = std::make_shared<Snapshot>();
     if (m_capture.TakePreviewSnapshot(*snapshot)) {
@@ -214,10 +230,6 @@ void LiveCore::OnChannelStream(const ChannelStream& stream, VaxoAVStreamUpdateFl
 
 void LiveCore::OnChannelCounts(unsigned online, unsigned total) {
     m_reports.Counts(online, total);
-    // Whoever came may want to see something soon.
-    if (m_publisher.Active()) {
-        m_capture.ForceKeyFrame();
-    }
 }
 
 void LiveCore::OnChannelLost(ChannelError error) {
@@ -226,6 +238,12 @@ void LiveCore::OnChannelLost(ChannelError error) {
 
 void LiveCore::OnChannelBack() {
     m_reports.Back(m_member.channel);
+}
+
+void LiveCore::OnKeyFrameWanted() {
+    if (m_publisher.Active()) {
+        m_keyFrames.Ask();
+    }
 }
 
 void LiveCore::Announce(bool live) {
@@ -307,8 +325,10 @@ VaxoSigner LiveCore::Signer() const {
 void LiveCore::RenewStats() {
     Strova::VaxoLiveStats stats;
     stats.publishing = m_publisher.Active();
+    const Capture::Stats encoded = m_capture.GetStats();
+    stats.videoDevice = encoded.videoDevice;
+    stats.audioDevice = encoded.audioDevice;
     if (stats.publishing) {
-        const Capture::Stats encoded = m_capture.GetStats();
         stats.fps = encoded.fps;
         stats.bitrate = encoded.videoBitrate + encoded.audioBitrate;
     }

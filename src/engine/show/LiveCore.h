@@ -13,6 +13,7 @@
 #include "engine/base/EngineLoop.h"
 #include "engine/capture/Capture.h"
 #include "engine/channel/ChannelService.h"
+#include "engine/show/KeyFrameGate.h"
 #include "engine/show/Plays.h"
 #include "engine/show/Publisher.h"
 #include "engine/show/Reports.h"
@@ -47,7 +48,9 @@ public:
     // Keeps something alive as long as the core.
     void Keep(std::shared_ptr<void> kept) { m_kept = std::move(kept); }
 
-    VideoSettings video;  // what the application asked for
+    // What the application asked for.
+    const VideoSettings& Video() const { return m_capture.Video(); }
+    void SetVideo(const VideoSettings& settings);
     Capture& TheCapture() { return m_capture; }
     Plays& ThePlays() { return m_plays; }
 
@@ -57,6 +60,7 @@ private:
     void OnChannelCounts(unsigned online, unsigned total) override;
     void OnChannelLost(ChannelError error) override;
     void OnChannelBack() override;
+    void OnKeyFrameWanted() override;
 
     Publisher::Host PublishHost();
     PlayHost ThePlayHost();
@@ -80,6 +84,7 @@ private:
     bool m_inside = false;
     std::shared_ptr<void> m_kept;
     Capture m_capture;
+    KeyFrameGate m_keyFrames{[this] { m_capture.ForceKeyFrame(); }};
     Publisher m_publisher;
     Plays m_plays;
     std::unique_ptr<ChannelService> m_channel;

@@ -1,5 +1,7 @@
 #include "engine/show/Play.h"
 
+#include <array>
+#include <chrono>
 #include <utility>
 
 #include "engine/show/Limits.h"
@@ -11,13 +13,19 @@ namespace {
 
 constexpr const char* kTag = "Play";
 
+// The server begins a viewer's stream with the next key frame after it has taken the viewer
+// in, which takes some round trips: a key frame asked for too early is of no use. After the
+// last of these a regular key frame is due.
+constexpr std::array<std::chrono::milliseconds, 3> kKeyFrameAsked = {
+    std::chrono::milliseconds(80), std::chrono::milliseconds(420), std::chrono::milliseconds(420)};
+
 }  // namespace
 
 Play::Play(std::string streamID, const PlayHost& host, std::function<void()> over)
     : m_streamID(std::move(streamID)),
       m_host(host),
       m_over(std::move(over)),
-      m_retry(kFirstPause, kLongestPause, kPlayGivesUp) {}
+      m_retry(kPlayBackoff) {}
 
 Play::~Play() = default;
 
@@ -41,14 +49,26 @@ void Play::BeginAgain() {
 
 // While it plays the media server says when it ends: the channel may be behind.
 void Play::OnGone() {
-    if (m_state == State::Broken || m_state == State::Lost) {
+    if (m_state == State::Lost) {
         End(Mediq::AVStateEnd);
+    } else if (m_state == State::Broken) {
+        AwaitReturn();
+    }
+}
+
+void Play::AwaitReturn() {
+    if (!m_gone.Running()) {
+        m_gone.Once(kGoneForGood, [this] {
+            if (!m_host.listed(m_streamID)) {
+                End(Mediq::AVStateEnd);
+            }
+        });
     }
 }
 
 void Play::Connect() {
-    const std::string address = m_host.signedAddress(m_streamID);
-    if (address.empty()) {
+    m_address = m_host.signedAddress(m_streamID);
+    if (m_address.empty()) {
         syslog(esyslog_error, kTag, __LINE__, "no media server is set");
         End(Mediq::FetchStreamError);
         return;
@@ -56,22 +76,36 @@ void Play::Connect() {
     PlayerCallbacks callbacks;
     callbacks.playing = [this] { OnPlaying(); };
     callbacks.size = [this](int width, int height) { m_host.size(m_streamID, width, height); };
+    callbacks.behind = [this] { OnBehind(); };
     callbacks.ended = [this] { OnNone(Mediq::NoStreamError, "end of stream"); };
     callbacks.notFound = [this](const std::string& why) { OnNone(Mediq::NoStreamError, why); };
-    callbacks.refused = [this](const std::string& why) { OnNone(Mediq::FetchStreamError, why); };
+    callbacks.refused = [this](const std::string& why) { OnRefused(why); };
     callbacks.failed = [this](const std::string& why) { OnNone(Mediq::FatalError, why); };
-    m_player = std::make_unique<Player>(address, m_look.audioOutput, std::move(callbacks));
+    m_player = std::make_unique<Player>(m_address, m_look.audioOutput, std::move(callbacks));
     m_player->EnableSound(m_look.sound);
     m_player->SetMode(m_view.mode);
     m_player->SetWindow(m_view.window);
     if (!m_player->Start()) {
         End(Mediq::FatalError);
+        return;
+    }
+    AskForKeyFrame(0);
+}
+
+void Play::AskForKeyFrame(std::size_t attempt) {
+    if (attempt < kKeyFrameAsked.size()) {
+        m_asking.Once(kKeyFrameAsked[attempt], [this, attempt] {
+            m_host.begins(m_streamID);
+            AskForKeyFrame(attempt + 1);
+        });
     }
 }
 
 void Play::OnPlaying() {
     const bool answers = m_state == State::Starting;
     m_state = State::Live;
+    m_asking.Stop();
+    m_gone.Stop();
     m_limit.Stop();
     m_retry.Reset();
     (answers ? m_host.answer : m_host.change)(Mediq::AVStateBegin, m_streamID);
@@ -84,6 +118,7 @@ void Play::OnNone(Mediq::VaxoAVState state, const std::string& reason) {
         End(state);
         return;
     }
+    m_asking.Stop();
     m_player.reset();
     if (m_state == State::Live) {
         // The media server is quicker than the channel: whether the stream has ended shows soon.
@@ -94,17 +129,43 @@ void Play::OnNone(Mediq::VaxoAVState state, const std::string& reason) {
     }
 }
 
+void Play::OnRefused(const std::string& reason) {
+    if (m_state != State::Starting) {
+        OnNone(Mediq::FetchStreamError, reason);
+        return;
+    }
+    m_refusal.Ask(m_host.whyAddress(m_address), Mediq::FetchStreamError,
+                  [this, reason](Mediq::VaxoAVState state) { OnNone(state, reason); });
+}
+
+// A new connection begins at the live edge. Where the network is too slow for the stream that
+// does not last, and one after the other would be worse than the delay.
+void Play::OnBehind() {
+    if (m_state != State::Live || m_atTheEdge.Running()) {
+        return;
+    }
+    syslog(esyslog_warning, kTag, __LINE__, "stream %s: seconds late, connecting anew",
+           m_streamID.c_str());
+    m_atTheEdge.Once(kAtTheEdge, [] {});
+    m_player.reset();
+    m_state = State::Lost;
+    TryAgain();
+}
+
 void Play::TryAgain() {
     m_limit.Stop();
     if (!m_host.listed(m_streamID)) {
-        End(Mediq::AVStateEnd);
-        return;
+        if (m_state == State::Lost) {
+            End(Mediq::AVStateEnd);
+            return;
+        }
+        AwaitReturn();
     }
     if (std::exchange(m_state, State::Broken) == State::Lost) {
         m_host.change(Mediq::TempBroken, m_streamID);
     }
     const bool again = m_retry.Again([this] {
-        m_limit.Once(kAnswerLimit, [this] { OnNone(Mediq::FatalError, "no answer"); });
+        m_limit.Once(kAttemptLimit, [this] { OnNone(Mediq::FatalError, "no answer"); });
         Connect();
     });
     if (!again) {
@@ -116,6 +177,9 @@ void Play::End(Mediq::VaxoAVState state) {
     const auto report = m_state == State::Starting ? m_host.answer : m_host.change;
     const std::string streamID = m_streamID;
     const std::function<void()> over = std::exchange(m_over, nullptr);
+    m_asking.Stop();
+    m_gone.Stop();
+    m_refusal.Stop();
     m_limit.Stop();
     m_retry.Reset();
     m_player.reset();

@@ -2,6 +2,7 @@
 #ifndef VAXO_ENGINE_SHOW_PLAY_H
 #define VAXO_ENGINE_SHOW_PLAY_H
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "VaxoAVDefines.h"
 #include "engine/base/EngineLoop.h"
 #include "engine/player/Player.h"
+#include "engine/show/Refusal.h"
 #include "engine/show/Retry.h"
 
 namespace vaxoengine {
@@ -17,6 +19,10 @@ struct PlayHost {
     std::function<bool()> inChannel;
     std::function<bool(const std::string& streamID)> listed;
     std::function<std::string(const std::string& streamID)> signedAddress;  // empty: none is set
+    // Where the server says why it refuses that address; empty: nowhere.
+    std::function<std::string(const std::string& signedAddress)> whyAddress;
+    // It waits for the first picture of the stream: its publisher may be told.
+    std::function<void(const std::string& streamID)> begins;
     // The answer to a request; a change of a running play.
     std::function<void(Mediq::VaxoAVState, const std::string& streamID)> answer;
     std::function<void(Mediq::VaxoAVState, const std::string& streamID)> change;
@@ -58,8 +64,12 @@ private:
     enum class State { Starting, Live, Lost, Broken };
 
     void Connect();
+    void AskForKeyFrame(std::size_t attempt);
     void OnPlaying();
     void OnNone(Mediq::VaxoAVState state, const std::string& reason);
+    void OnRefused(const std::string& reason);
+    void OnBehind();
+    void AwaitReturn();
     void TryAgain();
     void End(Mediq::VaxoAVState state);
 
@@ -71,6 +81,11 @@ private:
     State m_state = State::Starting;
     std::unique_ptr<Player> m_player;
     Retry m_retry;
+    std::string m_address;  // signed, of the last attempt
+    Refusal m_refusal;
+    EngineTimer m_atTheEdge;  // a connection made for that, lately
+    EngineTimer m_gone;       // from the channel's list, while broken
+    EngineTimer m_asking;
     EngineTimer m_limit;  // of the start, or of one attempt to come back
 };
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "VaxoLiveState.h"
 #include "engine/show/Limits.h"
 #include "vaxolog.h"
 
@@ -16,7 +17,8 @@ constexpr const char* kTag = "Publish";
 Publisher::Publisher(Capture& capture, Host host)
     : m_capture(capture),
       m_host(std::move(host)),
-      m_retry(kFirstPause, kLongestPause, kPublishGivesUp) {}
+      m_rate(capture, [this] { return m_output ? m_output->GetFlow() : Flow(); }),
+      m_retry(kPublishBackoff) {}
 
 Publisher::~Publisher() {
     End();
@@ -47,6 +49,7 @@ void Publisher::Start(const std::string& streamID) {
         Fail(Mediq::FatalError);
         return;
     }
+    m_rate.Begin();
     m_limit.Once(kAnswerLimit, [this] { Fail(Mediq::FatalError); });
     Connect();
 }
@@ -74,6 +77,10 @@ void Publisher::Abandon() {
     }
 }
 
+void Publisher::OnVideoSet() {
+    m_rate.OnSet();
+}
+
 bool Publisher::Active() const {
     return m_state != State::Idle;
 }
@@ -83,14 +90,14 @@ const std::string& Publisher::StreamID() const {
 }
 
 void Publisher::Connect() {
-    const std::string address = m_host.signedAddress(m_streamID);
-    if (address.empty()) {
+    m_address = m_host.signedAddress(m_streamID);
+    if (m_address.empty()) {
         syslog(esyslog_error, kTag, __LINE__, "no media server is set");
         Fail(Mediq::CreateStreamError);
         return;
     }
     auto output = std::make_unique<Output>(
-        address, m_capture.BaseTime(),
+        m_address, m_capture.BaseTime(),
         [this](OutputEvent event, const std::string& reason) { OnOutput(event, reason); });
     if (!output->Start()) {
         Fail(Mediq::FatalError);
@@ -105,6 +112,8 @@ void Publisher::Connect() {
 }
 
 void Publisher::Disconnect() {
+    m_pulse.reset();
+    m_rate.OnLost();
     std::unique_ptr<Output> output;
     {
         const std::lock_guard<std::mutex> hold(m_junction->lock);
@@ -128,11 +137,22 @@ void Publisher::OnOutput(OutputEvent event, const std::string& reason) {
         return;
     }
     syslog(esyslog_warning, kTag, __LINE__, "stream %s: %s", m_streamID.c_str(), reason.c_str());
-    if (m_state == State::Starting) {
-        Fail(event == OutputEvent::Refused ? Mediq::CreateStreamError : Mediq::FatalError);
+    if (m_state == State::Starting && event == OutputEvent::Refused) {
+        OnRefused(reason);
+    } else if (m_state == State::Starting) {
+        Fail(Mediq::FatalError);
     } else {
         OnLost(reason);
     }
+}
+
+void Publisher::OnRefused(const std::string& reason) {
+    if (reason.find("already") != std::string::npos) {
+        Fail(static_cast<Mediq::VaxoAVState>(Strova::VaxoLiveState_NameInUse));
+        return;
+    }
+    m_refusal.Ask(m_host.whyAddress(m_address), Mediq::CreateStreamError,
+                  [this](Mediq::VaxoAVState state) { Fail(state); });
 }
 
 void Publisher::OnFlowing() {
@@ -140,6 +160,9 @@ void Publisher::OnFlowing() {
     m_state = State::Live;
     m_limit.Stop();
     m_retry.Reset();
+    m_pulse = std::make_unique<ServerPulse>(
+        m_address, [this] { OnOutput(OutputEvent::Broken, "the server is silent"); });
+    m_rate.OnConnected();
     m_host.announce(true);
     (answers ? m_host.answer : m_host.change)(Mediq::AVStateBegin, m_streamID);
 }
@@ -153,7 +176,7 @@ void Publisher::OnLost(const std::string& /*reason*/) {
     }
     m_limit.Stop();
     const bool again = m_retry.Again([this] {
-        m_limit.Once(kAnswerLimit, [this] { OnLost("no answer"); });
+        m_limit.Once(kAttemptLimit, [this] { OnLost("no answer"); });
         Connect();
     });
     if (!again) {
@@ -170,6 +193,7 @@ void Publisher::Fail(Mediq::VaxoAVState state) {
 }
 
 void Publisher::End() {
+    m_refusal.Stop();
     m_limit.Stop();
     m_retry.Reset();
     // The channel first, so that viewers know why the stream ends.

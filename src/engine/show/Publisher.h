@@ -16,6 +16,9 @@
 #include "engine/base/EngineLoop.h"
 #include "engine/capture/Capture.h"
 #include "engine/output/Output.h"
+#include "engine/output/ServerPulse.h"
+#include "engine/show/RateKeeper.h"
+#include "engine/show/Refusal.h"
 #include "engine/show/Retry.h"
 
 namespace vaxoengine {
@@ -25,6 +28,8 @@ public:
     struct Host {
         std::function<std::string(const std::string& streamID)>
             signedAddress;  // empty: none is set
+        // Where the server says why it refuses that address; empty: nowhere.
+        std::function<std::string(const std::string& signedAddress)> whyAddress;
         // The answer to a request; a change of a running publish.
         std::function<void(Mediq::VaxoAVState, const std::string& streamID)> answer;
         std::function<void(Mediq::VaxoAVState, const std::string& streamID)> change;
@@ -43,6 +48,7 @@ public:
     void Stop();
     // Ends it without having been asked: a change to End, or the answer to a start.
     void Abandon();
+    void OnVideoSet();  // the capture has other settings
     bool Active() const;
     const std::string& StreamID() const;
 
@@ -62,6 +68,7 @@ private:
     void OnOutput(OutputEvent event, const std::string& reason);
     void OnFlowing();
     void OnLost(const std::string& reason);
+    void OnRefused(const std::string& reason);
     void Fail(Mediq::VaxoAVState state);
     void End();
 
@@ -69,12 +76,16 @@ private:
     Host m_host;
     std::shared_ptr<Junction> m_junction = std::make_shared<Junction>();
     std::unique_ptr<Output> m_output;
+    std::unique_ptr<ServerPulse> m_pulse;  // while live
     State m_state = State::Idle;
     std::string m_streamID;
+    std::string m_address;  // signed, of the last attempt
+    RateKeeper m_rate;
     Retry m_retry;
     int m_closing = 0;                        // outputs that say good-bye to the server
     std::unique_ptr<std::string> m_stopping;  // a stop that waits for the server
     std::shared_ptr<Publisher*> m_self = std::make_shared<Publisher*>(this);
+    Refusal m_refusal;
     EngineTimer m_limit;  // of the start, or of one attempt to come back
 };
 

@@ -1,31 +1,27 @@
 #include "engine/show/Retry.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace vaxoengine {
 
-Retry::Retry(std::chrono::milliseconds first, std::chrono::milliseconds longest,
-             std::chrono::milliseconds limit)
-    : m_first(first), m_longest(longest), m_limit(limit), m_pause(first) {}
+Retry::Retry(BackoffLimits limits, Backoff::Draw draw) : m_backoff(limits, std::move(draw)) {}
 
 bool Retry::Again(std::function<void()> job, Clock::time_point now) {
-    if (!m_trying) {
-        m_trying = true;
+    if (!m_since) {
         m_since = now;
     }
-    if (now - m_since + m_pause > m_limit) {
-        return false;
+    const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(now - *m_since);
+    const auto pause = m_backoff.Next(gone);
+    if (pause) {
+        m_timer.Once(*pause, std::move(job));
     }
-    m_timer.Once(m_pause, std::move(job));
-    m_pause = std::min(m_pause * 2, m_longest);
-    return true;
+    return pause.has_value();
 }
 
 void Retry::Reset() {
     m_timer.Stop();
-    m_trying = false;
-    m_pause = m_first;
+    m_since.reset();
+    m_backoff.Reset();
 }
 
 }  // namespace vaxoengine

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <initializer_list>
+#include <iterator>
 #include <mutex>
 #include <string_view>
 #include <vector>
@@ -143,6 +144,25 @@ std::map<std::string, std::string> Named(const std::vector<Device>& devices) {
     return names;
 }
 
+bool IsOfSystem(const std::string& id, DeviceClass deviceClass) {
+    return std::any_of(std::begin(kProviders), std::end(kProviders), [&](const Provider& provider) {
+        return provider.deviceClass == deviceClass && id.rfind(provider.prefix, 0) == 0;
+    });
+}
+
+std::string NextOf(DeviceClass deviceClass, const std::string& device,
+                   const std::set<std::string>& failed, const char* otherwise) {
+    if (!IsOfSystem(device, deviceClass)) {
+        return {};
+    }
+    for (const Device& other : SystemDevices(deviceClass)) {
+        if (failed.count(other.id) == 0) {
+            return other.id;
+        }
+    }
+    return otherwise;
+}
+
 bool Says(const Device& device, std::initializer_list<const char*> words) {
     std::string name = device.name;
     std::transform(name.begin(), name.end(), name.begin(),
@@ -194,6 +214,14 @@ std::string DefaultAudioDevice(AudioDeviceKind kind) {
         return devices.front().id;
     }
     return kind == AudioDevice_Output ? kNoLoudspeaker : kTestTone;
+}
+
+std::string NextVideoDevice(const std::string& device, const std::set<std::string>& failed) {
+    return NextOf(DeviceClass::Camera, device, failed, kTestPicture);
+}
+
+std::string NextAudioDevice(const std::string& device, const std::set<std::string>& failed) {
+    return NextOf(DeviceClass::Microphone, device, failed, "");
 }
 
 std::string DeviceElement(const std::string& id) {

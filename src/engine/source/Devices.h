@@ -3,6 +3,7 @@
 #define VAXO_ENGINE_SOURCE_DEVICES_H
 
 #include <map>
+#include <set>
 #include <string>
 
 #include "vaxotypes.h"
@@ -26,6 +27,13 @@ std::map<std::string, std::string> AudioDevices(AudioDeviceKind kind);
 // camera whose name says that it is the front one (else: the back one).
 std::string DefaultVideoDevice(bool front);
 std::string DefaultAudioDevice(AudioDeviceKind kind);
+
+// What takes the place of a device that failed in the middle: the first of the system's devices
+// of its kind that is not among `failed`, else the test picture; for sound empty, which means
+// silence. For what is no device of the system, a file or a built-in source, empty: nobody who
+// chose a file wants a camera or a microphone to be opened in its place.
+std::string NextVideoDevice(const std::string& device, const std::set<std::string>& failed);
+std::string NextAudioDevice(const std::string& device, const std::set<std::string>& failed);
 
 // A gst-launch text that makes the source or sink element of a listed device; empty for an
 // unknown identifier. Files and built-in sources are not made here.

@@ -21,6 +21,11 @@ struct VaxoLiveStats {
     bool publishing = false;
     double fps = 0;            // pictures encoded a second
     unsigned int bitrate = 0;  // bits encoded a second, sound included
+    // Where picture and sound come from, as the device lists name it ("none:black" and
+    // "none:silence" where they are switched off or nothing is left): after a device failed in the
+    // middle, what has taken its place. Empty while nothing is captured.
+    std::string videoDevice;
+    std::string audioDevice;
     std::vector<VaxoLivePlayStats> plays;
 };
 

@@ -24,7 +24,9 @@
 //   StartPublishing  OnPublishStateUpdate   AVStateBegin       media reach the server
 //                                           CreateStreamError  not in that channel, no media
 //                                             address is set, or the server would not take the
-//                                             stream (its name in use, signature refused)
+//                                             stream and does not say why
+//                                           NameInUse, SignatureRefused, SignatureExpired  as
+//                                             VaxoLiveState says
 //                                           FatalError         server not reached, no answer
 //                                             in time, or the capture cannot start
 //   StopPublishing   OnPublishStateUpdate   AVStateEnd, with the stream, or the empty text when
@@ -33,7 +35,9 @@
 //                                           NoStreamError      not in the channel's list, or not
 //                                             at the server
 //                                           FetchStreamError   in no channel, no media address
-//                                             is set, or the server refused the signature
+//                                             is set, or the server refused and does not say why
+//                                           SignatureRefused, SignatureExpired  as VaxoLiveState
+//                                             says
 //                                           FatalError         server not reached, no picture in
 //                                             time, media broken, too many plays
 //   StopPlayStream   OnPlayStateUpdate      AVStateEnd
@@ -41,7 +45,8 @@
 //
 // Without being asked: OnPublishStateUpdate and OnPlayStateUpdate with TempBroken when a
 // connection is lost, AVStateBegin when it is back, FatalError when it is given up (a publish
-// after 60 s, a play after 30 s); AVStateEnd for a play whose stream ended.
+// after 60 s, a play after 30 s); AVStateEnd for a play whose stream ended: at once, or 15 s after
+// the channel forgot a stream whose play is interrupted, because its publisher may come back.
 // OnDisconnected (a number as above) and OnReconnected for the channel, which is never given
 // up. A change that a newer request overtakes is not told: the request's answer says it.
 //
@@ -53,7 +58,8 @@
 //   else works. View modes: 0 fit, 1 fill, 2 stretch.
 // - Device kinds: 0 sound input, 1 sound output. Besides the system's devices there are
 //   "test:picture", "test:tone", and any file as "file:///...", which is played in a loop.
-// - SetFilter 0 is no filter; EnableBeautifying 0 is off, 1 to 100 how much.
+// - SetFilter 0 is no filter. EnableBeautifying is a sum: 1 smooths skin, 2 whitens it, 4 sharpens
+//   outlines; 0 is off.
 // - Snapshots point to a VaxoLiveImage (VaxoLiveImage.h) and come on the events' thread. Where
 //   there is no picture yet, none comes.
 // - Auxiliary audio: signed 16-bit PCM, interleaved. On entry *pDataLen is the room in bytes,
@@ -70,6 +76,7 @@
 #include <memory>
 
 #include "IVaxoLive.h"
+#include "VaxoLiveState.h"
 
 namespace Strova {
 

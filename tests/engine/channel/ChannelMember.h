@@ -55,7 +55,7 @@ inline ChannelStream StreamNamed(const std::string& streamID,
 }
 
 // A member of a channel and what it heard, in words: "entered 0", "list s1", "added s1",
-// "deleted s1", "counts 1/1", "lost", "back".
+// "deleted s1", "counts 1/1", "lost", "back", "key frame".
 class Member : public vaxoengine::ChannelObserver {
 public:
     explicit Member(ChannelConfig config, bool enter = true) {
@@ -78,6 +78,9 @@ public:
     }
     void EndPublish() {
         OnLoop([&] { m_service->SetPublished(nullptr); });
+    }
+    void AskKeyFrame(const std::string& streamID) {
+        OnLoop([&] { m_service->AskKeyFrame(streamID); });
     }
     // As a process that ends in the middle of everything.
     void Drop() {
@@ -143,6 +146,7 @@ protected:
     }
     void OnChannelLost(ChannelError) override { Note("lost"); }
     void OnChannelBack() override { Note("back"); }
+    void OnKeyFrameWanted() override { Note("key frame"); }
 
 private:
     void Note(const std::string& word) {

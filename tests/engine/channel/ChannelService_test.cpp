@@ -151,6 +151,28 @@ TEST(ChannelService, TheObserverMayDestroyTheServiceInItsCall) {
     EXPECT_EQ(ann.Words().size(), 1U);
 }
 
+TEST(ChannelService, AKeyFrameIsAskedOfTheStreamsPublisherAlone) {
+    Member bob(ConfigOf("bob"));
+    Member ann(ConfigOf("ann"));
+    ASSERT_TRUE(ann.Hears("entered 0"));
+    ann.Publish(StreamNamed("of ann"));
+    ASSERT_TRUE(bob.Hears("entered 0"));
+    bob.Publish(StreamNamed("of bob"));
+    Member viewer(ConfigOf("viewer"));
+    ASSERT_TRUE(viewer.Hears("entered 0"));
+    ASSERT_TRUE(viewer.Hears("counts 3/3"));
+    ASSERT_TRUE(bob.Hears("counts 3/3"));
+    ASSERT_TRUE(ann.Hears("counts 3/3"));
+    viewer.AskKeyFrame("of nobody");
+    viewer.AskKeyFrame("of ann");
+    ASSERT_TRUE(ann.Hears("key frame"));
+    bob.AskKeyFrame("of bob");  // behind the others, so that they would have been heard
+    ASSERT_TRUE(bob.Hears("key frame"));
+    EXPECT_EQ(bob.Count("key frame"), 1U);
+    EXPECT_EQ(ann.Count("key frame"), 1U);
+    EXPECT_EQ(viewer.Count("key frame"), 0U);
+}
+
 TEST(ChannelService, NothingIsHeardAfterLeave) {
     Member bob(ConfigOf("bob"));
     ASSERT_TRUE(bob.Hears("entered 0"));

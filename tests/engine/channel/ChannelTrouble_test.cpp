@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <string>
 
 #include "engine/channel/ChannelMember.h"
@@ -173,6 +174,19 @@ TEST_F(ChannelWithAStream, AfterARestartOfTheServerEverythingIsThereAgain) {
     ASSERT_TRUE(late.Hears("list s2"));
     ASSERT_TRUE(bob.Hears("counts 3/3"));
     EXPECT_EQ(bob.Count("added s1"), 1U);
+}
+
+TEST_F(ChannelWithAStream, AServerThatIsFrozenIsNoticedWithinSixSecondsAndComesBack) {
+    const auto before = std::chrono::steady_clock::now();
+    LocalServers::Shared().FreezeChannel();
+    ASSERT_TRUE(bob.Hears("lost"));
+    ASSERT_TRUE(ann.Hears("lost"));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(6));
+    LocalServers::Shared().ThawChannel();
+    ASSERT_TRUE(bob.Hears("back"));
+    ASSERT_TRUE(ann.Hears("back"));
+    Member late(ConfigOf("late"));
+    EXPECT_TRUE(late.Hears("list s1"));
 }
 
 TEST_F(ChannelWithAStream, AMemberThatDidNotReturnAfterARestartIsGoneInTheEnd) {

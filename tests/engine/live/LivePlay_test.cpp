@@ -188,7 +188,7 @@ TEST_F(LivePlay, BadValuesGetAStatusAndNoEvent) {
     EXPECT_EQ(engine.SetVideoBitrate(-1), Strova::VaxoLiveStatus_BadArgument);
     EXPECT_EQ(engine.SetCaptureRotation(45), Strova::VaxoLiveStatus_BadArgument);
     EXPECT_EQ(engine.SetFilter(-1), Strova::VaxoLiveStatus_BadArgument);
-    EXPECT_EQ(engine.EnableBeautifying(101), Strova::VaxoLiveStatus_BadArgument);
+    EXPECT_EQ(engine.EnableBeautifying(8), Strova::VaxoLiveStatus_BadArgument);
     EXPECT_EQ(engine.SetViewMode(3, 0), Strova::VaxoLiveStatus_BadArgument);
     EXPECT_EQ(engine.EnableTorch(true), Strova::VaxoLiveStatus_NotSupported);
     EXPECT_EQ(engine.SetSpeakerPhoneOn(true), Strova::VaxoLiveStatus_NotSupported);

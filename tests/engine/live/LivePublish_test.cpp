@@ -145,7 +145,7 @@ TEST(LivePublish, ASecondPublisherOfANameIsTurnedAway) {
     ASSERT_EQ(first.Enter("twice", "ann"), "OnGetStreamList(0)");
     ASSERT_EQ(second.Enter("twice", "bob"), "OnGetStreamList(0)");
     ASSERT_EQ(first.Publish("same"), "OnPublishStateUpdate(0, same)");
-    EXPECT_EQ(second.Publish("same"), "OnPublishStateUpdate(4, same)");
+    EXPECT_EQ(second.Publish("same"), "OnPublishStateUpdate(103, same)");
     EXPECT_EQ(first.Engine().StopPublishing(), 0);
     EXPECT_EQ(first.Wait("OnPublishStateUpdate("), "OnPublishStateUpdate(1, same)");
     // The server needs a moment to forget the first one.

@@ -1,4 +1,5 @@
 // Keys that do not fit, servers that are not there or go away.
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -54,6 +55,24 @@ TEST(LiveTrouble, WithoutAServiceAddressTheEntrySaysSo) {
     EXPECT_EQ(member.Enter("room", "bob"), "OnGetStreamList(5)");
 }
 
+TEST(LiveTrouble, AMediaServerWithOtherKeysRefusesTheSignature) {
+    const LocalServers strangers;
+    Member publisher(LocalServers::Shared());
+    Member viewer(LocalServers::Shared());
+    ASSERT_EQ(publisher.Enter("keys", "bob"), "OnGetStreamList(0)");
+    ASSERT_EQ(publisher.Publish("s"), "OnPublishStateUpdate(0, s)");
+    ASSERT_EQ(viewer.Enter("keys", "ann"), "OnGetStreamList(0)");
+    ASSERT_NE(viewer.Wait("OnStreamUpdate(s, 0)"), "");
+    CVaxoAppSetting::SharedInstance()->SetMediaURL(strangers.MediaURL().c_str());
+    CVaxoAppSetting::SharedInstance()->SetUploadURL(strangers.UploadURL().c_str());
+    EXPECT_EQ(viewer.Play("s"), "OnPlayStateUpdate(101, s)");
+    EXPECT_EQ(viewer.Publish("other"), "OnPublishStateUpdate(101, other)");
+    // Whom nobody tells the reason says what it knows.
+    CVaxoAppSetting::SharedInstance()->SetUploadURL("");
+    EXPECT_EQ(viewer.Play("s"), "OnPlayStateUpdate(5, s)");
+    EXPECT_EQ(viewer.Publish("other"), "OnPublishStateUpdate(4, other)");
+}
+
 TEST(LiveTrouble, AMediaServerThatComesBackIsUsedAgain) {
     LocalServers servers;
     Member publisher(servers);
@@ -67,6 +86,25 @@ TEST(LiveTrouble, AMediaServerThatComesBackIsUsedAgain) {
     EXPECT_EQ(publisher.Wait("OnPublishStateUpdate("), "OnPublishStateUpdate(2, s)");
     EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(2, s)");
     servers.StartMedia();
+    EXPECT_EQ(publisher.Wait("OnPublishStateUpdate("), "OnPublishStateUpdate(0, s)");
+    EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(0, s)");
+}
+
+TEST(LiveTrouble, AFrozenMediaServerIsNoticedWithinSixSecondsOnBothSides) {
+    LocalServers servers;
+    Member publisher(servers);
+    Member viewer(servers);
+    ASSERT_EQ(publisher.Enter("frost", "bob"), "OnGetStreamList(0)");
+    ASSERT_EQ(publisher.Publish("s"), "OnPublishStateUpdate(0, s)");
+    ASSERT_EQ(viewer.Enter("frost", "ann"), "OnGetStreamList(0)");
+    ASSERT_NE(viewer.Wait("OnStreamUpdate(s, 0)"), "");
+    ASSERT_EQ(viewer.Play("s"), "OnPlayStateUpdate(0, s)");
+    const auto before = std::chrono::steady_clock::now();
+    servers.FreezeMedia();
+    EXPECT_EQ(publisher.Wait("OnPublishStateUpdate("), "OnPublishStateUpdate(2, s)");
+    EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(2, s)");
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(6));
+    servers.ThawMedia();
     EXPECT_EQ(publisher.Wait("OnPublishStateUpdate("), "OnPublishStateUpdate(0, s)");
     EXPECT_EQ(viewer.Wait("OnPlayStateUpdate("), "OnPlayStateUpdate(0, s)");
 }

@@ -182,6 +182,15 @@ std::string Member::Publish(const std::string& streamID) {
     return Wait("OnPublishStateUpdate(");
 }
 
+std::string Member::PublishFile(const std::string& streamID, const std::string& path) {
+    const std::string address = "file://" + path;
+    m_engine.SetVideoCaptureDeviceId(std::make_shared<vaxo::strutf8>(address.c_str()));
+    vaxo::strutf8 sound(address.c_str());
+    m_engine.SetAudioDevice(0, sound);
+    EXPECT_EQ(m_engine.StartPublishing(Text("a title"), Text(streamID), vaxo::strutf8()), 0);
+    return Wait("OnPublishStateUpdate(");
+}
+
 std::string Member::Play(const std::string& streamID, unsigned channel) {
     EXPECT_EQ(m_engine.PlayStream(Text(streamID), channel), 0);
     return Wait("OnPlayStateUpdate(");

@@ -55,6 +55,8 @@ public:
     // The request and its answer.
     std::string Enter(const std::string& channel, const std::string& user);
     std::string Publish(const std::string& streamID);  // the built-in picture and tone
+    // A media file's picture and sound.
+    std::string PublishFile(const std::string& streamID, const std::string& path);
     std::string Play(const std::string& streamID, unsigned channel = 0);
     std::string Leave();
 

@@ -50,6 +50,15 @@ TEST(Addresses, AnHlsSignatureStandsInThePath) {
                   "/42_x/index.m3u8");
 }
 
+TEST(Addresses, TheReasonOfARefusalIsAskedForWithTheSameSignature) {
+    const std::string address = kServer.mediaURL + "/42_show?id=42&sig=x";
+    EXPECT_EQ(vaxoengine::WhyAddress(kServer, "play", address),
+              "https://media.example:8443/why?action=play&name=42_show&id=42&sig=x");
+    EXPECT_EQ(vaxoengine::WhyAddress(kServer, "play", kServer.mediaURL + "/42_show"), "");
+    EXPECT_EQ(vaxoengine::WhyAddress(kServer, "play", "rtmp://elsewhere/live/42_show?sig=x"), "");
+    EXPECT_EQ(vaxoengine::WhyAddress({kServer.mediaURL, ""}, "play", address), "");
+}
+
 TEST(Addresses, AnotherServersAddressIsNeverSigned) {
     for (const std::string address :
          {"rtmp://evil.example/live/42_x", "rtmp://media.example:1935/livex/42_x",

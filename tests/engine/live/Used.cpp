@@ -1,0 +1,38 @@
+#include "engine/live/Used.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+
+namespace livetest {
+
+std::size_t EntriesOf(const char* folder) {
+    std::error_code ignored;  // entries may go while they are counted
+    const std::filesystem::directory_iterator all(folder, ignored);
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+std::size_t ConnectionsTo(const std::string& url) {
+    constexpr const char* kEstablished = "01";
+    const std::size_t from = url.find(':', url.find("://") + 3) + 1;
+    const int port = std::stoi(url.substr(from));
+    std::ifstream table("/proc/net/tcp");
+    std::size_t count = 0;
+    for (std::string line; std::getline(table, line);) {
+        std::string number;
+        std::string local;
+        std::string remote;
+        std::string state;
+        std::istringstream(line) >> number >> local >> remote >> state;
+        const std::size_t colon = remote.find(':');
+        if (state == kEstablished && colon != std::string::npos &&
+            std::stoi(remote.substr(colon + 1), nullptr, 16) == port) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+}  // namespace livetest
