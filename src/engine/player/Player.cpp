@@ -33,8 +33,8 @@ constexpr milliseconds kPictureWait{5000};
 constexpr milliseconds kTrackWait{1000};
 // How long the source may go on connecting when nobody waits for it any more.
 constexpr milliseconds kLeaveLimit{10000};
-// How long it may take to close a connection that the server has turned away.
-constexpr milliseconds kCloseLimit{200};
+// How long it may take to close a connection that failed, or that the server has ended.
+constexpr milliseconds kCloseLimit{1000};
 constexpr milliseconds kStatsPeriod{250};
 constexpr seconds kStatsSpan{1};
 constexpr std::int64_t kTooLate = 1000 * LivePacer::kMilli;
@@ -104,13 +104,13 @@ bool Player::Impl::Start() {
 
 // A source that is stopped before the server has answered loses its socket for ever: its
 // connection and the connection's event loop hold each other. So it may hear the answer first,
-// and close the connection when that was a refusal.
+// and close its connection when there is nothing more to hear.
 void Player::Impl::Leave() {
     left = true;
     finished = true;
     view.reset();
     measuring.Stop();
-    if (connecting || refused) {
+    if (connecting || closing) {
         const milliseconds wait = connecting ? kLeaveLimit : kCloseLimit;
         limit.Once(wait, [self = shared_from_this()] { self->Stop(); });
     } else {
@@ -138,7 +138,8 @@ void Player::Impl::OnMessage(GstMessage* message) {
     if (isNews || isError) {
         connecting = false;
     }
-    refused = refused || (isError && bytes == 0);
+    closing = closing || isError ||
+              (isNews && gst_structure_has_name(gst_message_get_structure(message), kEndNews));
     if (left && !connecting) {
         Leave();
     } else if (!finished && isError) {

@@ -80,7 +80,7 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     std::deque<Measured> measured;
     int late = 0;             // measurements in a row
     bool connecting = false;  // the server's answer is still to come
-    bool refused = false;     // it has come, and was no: the source is still closing
+    bool closing = false;     // the source has failed or ended, and closes its connection
     bool left = false;        // nobody has the player any more
     bool finished = false;    // the last callback has been called
     bool playing = false;
