@@ -4,9 +4,9 @@
 #include <utility>
 
 #include <gst/gst.h>
-#include <gst/video/video.h>
 
 #include "engine/base/GstRef.h"
+#include "engine/live/PushHook.h"
 
 namespace soak {
 
@@ -15,46 +15,10 @@ namespace {
 using vaxoengine::GstCapsRef;
 using vaxoengine::GstRef;
 
-constexpr int kBright = 128;
-
 bool LeadsTo(GstPad* pad, const std::string& element) {
     const GstRef<GstPad> peer(gst_pad_get_peer(pad));
     const GstRef<GstElement> parent(peer ? gst_pad_get_parent_element(peer.get()) : nullptr);
     return parent && element == GST_OBJECT_NAME(parent.get());
-}
-
-// In the middle, which no border and no turning moves.
-bool IsBright(GstPad* pad, GstBuffer* buffer) {
-    const GstCapsRef caps(gst_pad_get_current_caps(pad));
-    GstVideoInfo info;
-    GstVideoFrame frame;
-    if (!caps || gst_video_info_from_caps(&info, caps.get()) == FALSE ||
-        gst_video_frame_map(&frame, &info, buffer, GST_MAP_READ) == FALSE) {
-        return false;
-    }
-    const auto* const luma =
-        static_cast<const unsigned char*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0));
-    const int middle =
-        GST_VIDEO_FRAME_HEIGHT(&frame) / 2 * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0) +
-        GST_VIDEO_FRAME_WIDTH(&frame) / 2;
-    const bool bright = luma[middle] > kBright;
-    gst_video_frame_unmap(&frame);
-    return bright;
-}
-
-// A hook needs an object to belong to.
-struct Owner {
-    GstTracer parent;
-};
-struct OwnerClass {
-    GstTracerClass parent;
-};
-
-GstTracer* MakeOwner() {
-    const GType type =
-        g_type_register_static_simple(GST_TYPE_TRACER, "VaxoPictureMeterOwner", sizeof(OwnerClass),
-                                      nullptr, sizeof(Owner), nullptr, static_cast<GTypeFlags>(0));
-    return GST_TRACER(g_object_new(type, nullptr));
 }
 
 }  // namespace
@@ -69,7 +33,8 @@ struct PictureMeter::Impl {
     // The picture is looked at before it is handed over, the clock after that.
     void Before(GstPad* pad, GstBuffer* buffer) {
         if (GST_PAD_DIRECTION(pad) == GST_PAD_SRC && LeadsTo(pad, element)) {
-            const bool bright = IsBright(pad, buffer);
+            const GstCapsRef caps(gst_pad_get_current_caps(pad));
+            const bool bright = caps && livetest::IsBright(buffer, caps.get());
             const std::lock_guard<std::mutex> hold(lock);
             isBright = bright;
         }
@@ -107,9 +72,8 @@ PictureMeter& PictureMeter::Watching(const std::string& element) {
     // The hooks know the object alone that they belong to: the meter is found by this.
     static PictureMeter* meter = nullptr;
     static const bool hooked = [&element] {
-        gst_init(nullptr, nullptr);
         meter = new PictureMeter(element);
-        GstTracer* const owner = MakeOwner();
+        GstTracer* const owner = livetest::HookOwner("VaxoPictureMeterOwner");
         const auto before = [](GObject*, GstClockTime, GstPad* pad, GstBuffer* buffer) {
             meter->m_impl->Before(pad, buffer);
         };

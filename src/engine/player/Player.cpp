@@ -138,8 +138,9 @@ void Player::Impl::OnMessage(GstMessage* message) {
     if (isNews || isError) {
         connecting = false;
     }
-    closing = closing || isError ||
-              (isNews && gst_structure_has_name(gst_message_get_structure(message), kEndNews));
+    closing =
+        closing || isError ||
+        (isNews && gst_structure_has_name(gst_message_get_structure(message), kEndNews) != FALSE);
     if (left && !connecting) {
         Leave();
     } else if (!finished && isError) {

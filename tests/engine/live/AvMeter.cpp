@@ -9,10 +9,10 @@
 
 #include <gst/audio/audio.h>
 #include <gst/gst.h>
-#include <gst/video/video.h>
 
 #include "Within.h"
 #include "engine/base/GstRef.h"
+#include "engine/live/PushHook.h"
 
 namespace livetest {
 
@@ -27,7 +27,6 @@ namespace {
 using vaxoengine::GstCapsRef;
 using vaxoengine::GstRef;
 
-constexpr int kBright = 128;
 constexpr double kLoud = 0.05;
 constexpr double kMillis = 1e6;  // nanoseconds
 constexpr double kPairs = 400;   // a flash and its beep are nearer to each other
@@ -41,23 +40,6 @@ std::string NameOfParent(GstPad* pad) {
 double DueAt(GstPad* pad, GstClockTime stamp) {
     const GstRef<GstElement> element(gst_pad_get_parent_element(pad));
     return static_cast<double>(gst_element_get_base_time(element.get()) + stamp) / kMillis;
-}
-
-bool IsBright(GstBuffer* buffer, GstCaps* caps) {
-    GstVideoInfo info;
-    GstVideoFrame frame;
-    if (gst_video_info_from_caps(&info, caps) == FALSE ||
-        gst_video_frame_map(&frame, &info, buffer, GST_MAP_READ) == FALSE) {
-        return false;
-    }
-    const auto* const luma =
-        static_cast<const unsigned char*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0));
-    const int middle =
-        GST_VIDEO_FRAME_HEIGHT(&frame) / 2 * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0) +
-        GST_VIDEO_FRAME_WIDTH(&frame) / 2;
-    const bool bright = luma[middle] > kBright;
-    gst_video_frame_unmap(&frame);
-    return bright;
 }
 
 // The first loud sample, as a time within the buffer; empty when all are quiet.
@@ -87,21 +69,6 @@ std::optional<GstClockTime> FirstLoud(GstBuffer* buffer, GstCaps* caps) {
     }
     gst_buffer_unmap(buffer, &map);
     return found;
-}
-
-// A hook needs an object to belong to.
-struct Owner {
-    GstTracer parent;
-};
-struct OwnerClass {
-    GstTracerClass parent;
-};
-
-GstTracer* MakeOwner() {
-    const GType type =
-        g_type_register_static_simple(GST_TYPE_TRACER, "VaxoAvMeterOwner", sizeof(OwnerClass),
-                                      nullptr, sizeof(Owner), nullptr, static_cast<GTypeFlags>(0));
-    return GST_TRACER(g_object_new(type, nullptr));
 }
 
 }  // namespace
@@ -149,8 +116,8 @@ AvMeter::AvMeter() : m_impl(new Impl) {}
 
 AvMeter& AvMeter::Shared() {
     static AvMeter* const meter = [] {
-        gst_init(nullptr, nullptr);
-        gst_tracing_register_hook(MakeOwner(), "pad-push-pre", G_CALLBACK(Impl::OnPush));
+        gst_tracing_register_hook(HookOwner("VaxoAvMeterOwner"), "pad-push-pre",
+                                  G_CALLBACK(Impl::OnPush));
         return new AvMeter;
     }();
     return *meter;
