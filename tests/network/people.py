@@ -5,7 +5,6 @@ Clocks are the machine's monotonic one in milliseconds, as in the command line's
 import json
 import os
 import pathlib
-import shutil
 import subprocess
 import time
 
@@ -13,7 +12,6 @@ from hosts import NOBODY, SERVER
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PORTS = {"MEDIA": 1935, "UPLOAD": 8080, "SERVICE": 8883, "FEED": 1936}
-LOOPBACK = "address=127.0.0.1\n"
 FEWEST_PICTURES = 5  # a second, of a stream that flows
 OLDEST_PICTURE = 4000
 
@@ -27,23 +25,14 @@ def now():
 
 
 class Servers:
-    """script/servers binds to the loopback address alone. Here runs a copy of it, with deploy/
-    beside it, that binds to every address of the servers' host: the media server's own checks
-    need 127.0.0.1 and everybody else the host's address. The addresses in servers.env are
-    written before its first start, which keeps them."""
+    """They listen on every address of their host: the media server's own checks need 127.0.0.1
+    and everybody else the host's address. The addresses in servers.env are written before the
+    first start, which keeps them."""
 
     def __init__(self, network, folder):
         self.network = network
         self.folder = folder / "servers"
         self.folder.mkdir(mode=0o700)
-        copy = folder / "copy"
-        (copy / "script").mkdir(parents=True)
-        shutil.copytree(ROOT / "deploy", copy / "deploy")
-        text = (ROOT / "script" / "servers").read_text()
-        if text.count(LOOPBACK) != 1:
-            raise Fault("script/servers does not set its address as expected")
-        self.program = copy / "script" / "servers"
-        self.program.write_text(text.replace(LOOPBACK, "address=0.0.0.0\n"))
         self.write_settings("servers.env", SERVER, SERVER)
 
     def write_settings(self, name, service, media):
@@ -72,7 +61,8 @@ class Servers:
 
     def _call(self, command):
         return subprocess.run(
-            self.network.command("servers", ["bash", str(self.program), command,
+            self.network.command("servers", ["env", "VAXO_BIND=0.0.0.0",
+                                             str(ROOT / "script" / "servers"), command,
                                              str(self.folder)]),
             stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
 

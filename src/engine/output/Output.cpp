@@ -25,8 +25,13 @@ constexpr GstClockTime kMaxQueued = 2 * GST_SECOND;
 // media after it show that it has.
 constexpr int kMediaThatShowIt = 2;
 
+// How long the server may take to take its leave, and whoever waits for the name with it.
 constexpr std::chrono::milliseconds kFarewellLimit{900};
 constexpr std::chrono::milliseconds kLastWords{60};
+// A sink that is stopped before its connection was made, or while it closes one that failed,
+// loses the socket for ever. So it stays this long, when nobody waits for it any more.
+constexpr std::chrono::milliseconds kConnectLimit{10000};
+constexpr std::chrono::milliseconds kCloseLimit{1000};
 
 // The multiplexer waits at most this long for the slower of sound and picture. Sound leaves
 // the encoder 40 to 70 ms after it was heard, on a machine that is busy later; what comes
@@ -129,6 +134,8 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
     void Finish(OutputEvent event, const std::string& reason);
     void SayGoodBye(std::function<void()> whenClosed);
     void OnFarewell(GstMessage* message);
+    void TellClosed();
+    void DropAfter(std::chrono::milliseconds wait);
     void Drop();
     Flow GetFlow() const;
     unsigned long long Written() const;
@@ -231,25 +238,43 @@ void Output::Impl::SayGoodBye(std::function<void()> whenClosed) {
     watch.reset();
     closed = std::move(whenClosed);
     kept = shared_from_this();
-    if (!pipeline || !flowing || broken) {
+    if (!pipeline) {
         Drop();
-        return;
+    } else if (broken) {
+        TellClosed();
+        DropAfter(kCloseLimit);
+    } else {
+        watch = std::make_unique<BusWatch>(pipeline.get(),
+                                           [this](GstMessage* message) { OnFarewell(message); });
+        farewell.Once(kFarewellLimit, [this] {
+            TellClosed();
+            DropAfter(flowing ? kCloseLimit : kConnectLimit);
+        });
+        video.End();
+        audio.End();
     }
-    watch = std::make_unique<BusWatch>(pipeline.get(),
-                                       [this](GstMessage* message) { OnFarewell(message); });
-    farewell.Once(kFarewellLimit, [this] { Drop(); });
-    video.End();
-    audio.End();
 }
 
 void Output::Impl::OnFarewell(GstMessage* message) {
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
-        Drop();
+        TellClosed();
+        DropAfter(kCloseLimit);
     } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
         // The last words are on their way: a connection closed in the middle of a write
         // would never be given back.
-        farewell.Once(kLastWords, [this] { Drop(); });
+        DropAfter(kLastWords);
     }
+}
+
+void Output::Impl::TellClosed() {
+    const std::function<void()> call = std::exchange(closed, nullptr);
+    if (call) {
+        call();
+    }
+}
+
+void Output::Impl::DropAfter(std::chrono::milliseconds wait) {
+    farewell.Once(wait, [this] { Drop(); });
 }
 
 void Output::Impl::Drop() {
@@ -258,11 +283,8 @@ void Output::Impl::Drop() {
     if (pipeline) {
         gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     }
-    const std::function<void()> call = std::exchange(closed, nullptr);
     const std::shared_ptr<Impl> last = std::exchange(kept, nullptr);
-    if (call) {
-        call();
-    }
+    TellClosed();
 }
 
 // Bytes that were given to the connection.

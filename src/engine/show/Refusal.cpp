@@ -41,7 +41,8 @@ void Refusal::Ask(const std::string& whyAddress, Mediq::VaxoAVState otherwise,
     }
     m_get = std::make_unique<HttpGet>(
         whyAddress, kLimit,
-        [otherwise, done = std::move(done)](long status, const std::string& body) {
+        [this, otherwise, done = std::move(done)](long status, const std::string& body) {
+            const std::unique_ptr<HttpGet> over = std::move(m_get);  // with its descriptors
             done(StateOfRefusal(status, body, otherwise));
         });
 }

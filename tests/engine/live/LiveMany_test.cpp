@@ -1,6 +1,4 @@
 // Many at once, and the same again and again.
-#include <dirent.h>
-
 #include <fstream>
 #include <memory>
 #include <string>
@@ -9,12 +7,15 @@
 #include <gtest/gtest.h>
 
 #include "engine/live/Member.h"
+#include "engine/live/Used.h"
 #include "servers/ServerTools.h"
 
 namespace {
 
+using livetest::ExpectBackTo;
 using livetest::LocalServers;
 using livetest::Member;
+using livetest::Used;
 
 // Kilobytes. The address sanitizer keeps some of what was freed, and fills more with its own.
 #if defined(__has_feature)
@@ -28,21 +29,6 @@ constexpr long kMayGrow = 120 * 1024;
 constexpr long kMayGrow = 30 * 1024;
 #endif
 
-std::size_t EntriesOf(const char* folder) {
-    std::size_t count = 0;
-    DIR* const open = opendir(folder);
-    while (readdir(open) != nullptr) {
-        ++count;
-    }
-    closedir(open);
-    return count;
-}
-
-struct Used {
-    std::size_t threads = EntriesOf("/proc/self/task");
-    std::size_t files = EntriesOf("/proc/self/fd");
-};
-
 long ResidentKilobytes() {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
@@ -51,16 +37,6 @@ long ResidentKilobytes() {
         }
     }
     return 0;
-}
-
-// What ends does so on threads of its own, a moment later.
-void ExpectBackTo(const Used& before) {
-    EXPECT_TRUE(livetest::Eventually([&] {
-        const Used now;
-        return now.threads <= before.threads && now.files <= before.files;
-    })) << "threads: "
-        << before.threads << ", now " << Used().threads << "; files: " << before.files << ", now "
-        << Used().files;
 }
 
 TEST(LiveMany, EightViewersSeeOneStream) {

@@ -6,12 +6,26 @@
 #include <sstream>
 #include <system_error>
 
+#include <gtest/gtest.h>
+
+#include "servers/ServerTools.h"
+
 namespace livetest {
 
 std::size_t EntriesOf(const char* folder) {
     std::error_code ignored;  // entries may go while they are counted
     const std::filesystem::directory_iterator all(folder, ignored);
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+void ExpectBackTo(const Used& before) {
+    Used now;
+    EXPECT_TRUE(Eventually([&] {
+        now = Used();
+        return now.threads <= before.threads && now.files <= before.files;
+    })) << "threads: "
+        << before.threads << ", now " << now.threads << "; files: " << before.files << ", now "
+        << now.files;
 }
 
 std::size_t ConnectionsTo(const std::string& url) {

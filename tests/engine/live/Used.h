@@ -14,6 +14,9 @@ struct Used {
     std::size_t files = EntriesOf("/proc/self/fd");
 };
 
+// That no more than before is used, soon: what ends does so on threads of its own.
+void ExpectBackTo(const Used& before);
+
 // Open TCP connections of this machine to a server on a port of it ("scheme://host:port...").
 std::size_t ConnectionsTo(const std::string& url);
 
