@@ -5,6 +5,7 @@
 #include <iterator>
 #include <sstream>
 #include <system_error>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,14 +19,36 @@ std::size_t EntriesOf(const char* folder) {
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
-void ExpectBackTo(const Used& before) {
+void ExpectBackTo(const Used& before, std::size_t room) {
     Used now;
     EXPECT_TRUE(Eventually([&] {
         now = Used();
-        return now.threads <= before.threads && now.files <= before.files;
+        return now.threads <= before.threads && now.files <= before.files + room;
     })) << "threads: "
         << before.threads << ", now " << now.threads << "; files: " << before.files << ", now "
         << now.files;
+}
+
+std::set<std::string> OwnConnections() {
+    std::set<std::string> sockets;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
+        const std::string link = std::filesystem::read_symlink(entry.path(), ignored).string();
+        if (link.rfind("socket:[", 0) == 0) {
+            sockets.insert(link.substr(8, link.size() - 9));
+        }
+    }
+    std::set<std::string> found;
+    std::ifstream table("/proc/net/tcp");
+    for (std::string line; std::getline(table, line);) {
+        // Number, both ends, state, queues, timer, attempts, user, timeout, socket.
+        std::istringstream words(line);
+        const std::vector<std::string> word{std::istream_iterator<std::string>(words), {}};
+        if (word.size() > 9 && sockets.count(word[9]) != 0) {
+            found.insert(word[1] + " " + word[2] + " " + word[3]);
+        }
+    }
+    return found;
 }
 
 std::size_t ConnectionsTo(const std::string& url) {
