@@ -1,6 +1,6 @@
 // The rate control on bandwidths that were measured in buses and trains.
 //
-// Each trace with four set values, and each of those with five seeds of the encoder's noise.
+// Each trace with four set values, and each of those with two seeds of the encoder's noise.
 // Bounds that are called "measured" were, with the policy as it stood when they were written,
 // and have some room; the others are what RateControl.h promises.
 #include <algorithm>
@@ -51,7 +51,7 @@ const std::vector<Ride>& Rides() {
                 continue;  // a test of its own says so
             }
             for (const int set : {400000, 800000, 1500000, 3000000}) {
-                for (std::uint32_t seed = 1; seed <= 5; ++seed) {
+                for (std::uint32_t seed = 1; seed <= 2; ++seed) {
                     const int end = trace.Seconds() * 1000;
                     SimulatedLink link(
                         {set, kFps}, [&](int time) { return trace.BitsAt(time); }, seed);
@@ -76,7 +76,7 @@ TEST(RateControlRecorded, TheTracesAreReadWhole) {
                                                    {"rail-road", 298},
                                                    {"subway-7", 215},
                                                    {"subway-q", 286}}));
-    EXPECT_EQ(Rides().size(), 100U);
+    EXPECT_EQ(Rides().size(), 40U);
 }
 
 TEST(RateControlRecorded, TheRateStaysBetweenTheFloorAndTheSetValue) {
@@ -163,8 +163,8 @@ TEST(RateControlRecorded, AfterADropTheRateIsUnderTheBandwidthInTime) {
         EXPECT_LE(half.longest, 600 + kMore + kReading) << half.when << ", " << ride.Text();
         halves += half.count;
     }
-    EXPECT_GE(tenths, 1000);
-    EXPECT_GE(halves, 500);
+    EXPECT_GE(tenths, 400);
+    EXPECT_GE(halves, 200);
 }
 
 // What it takes to come back, 45 s at most, wherever the network takes half more than the set
@@ -194,7 +194,7 @@ TEST(RateControlRecorded, ItComesBackWhereTheNetworkTakesTheSetValueLongEnough) 
             low = false;
         }
     }
-    EXPECT_GE(stretches, 50) << "that begin below the set value";
+    EXPECT_GE(stretches, 20) << "that begin below the set value";
 }
 
 // Of what the network and the set value would have allowed. Measured: 0.74, 0.62, 0.47, 0.68
