@@ -22,7 +22,7 @@ int32 VaxoAVMgrCmd::Execute() {
 }
 
 VaxoAVMgrCmdJoinResult VaxoAVMgrCmd::Join(std::shared_ptr<VaxoAVMgrCmd> later) {
-    return m_join(later);
+    return m_join(std::move(later));
 }
 
 VaxoAVMgrCmdType VaxoAVMgrCmd::GetCmdType() const {

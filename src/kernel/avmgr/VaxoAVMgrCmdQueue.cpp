@@ -6,6 +6,7 @@
 
 #include "utils/VaxoQueueRunner.h"
 #include "vaxolog.h"
+#include "vaxologlimit.h"
 #include "vaxoslot.h"
 
 namespace {
@@ -47,14 +48,17 @@ VaxoAVMgrCmdJoinResult CVaxoAVMgrCmdQueue::AddCmd(std::shared_ptr<VaxoAVMgrCmd> 
            "%s, going to add %s(%llu/%s), current queue size: %d >>>>>", "AddCmd",
            cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(), Count(m_CmdQueue));
 
+    const bool logs = vaxolog_wants(esyslog_generic);  // a line for each waiting command
     VaxoAVMgrCmdJoinResult result = CmdJoin_CoExist;
     auto it = m_CmdQueue.begin();
     while (it != m_CmdQueue.end() && result != CmdJoin_InvalidateLater) {
-        const std::shared_ptr<VaxoAVMgrCmd> former = *it;
+        const std::shared_ptr<VaxoAVMgrCmd>& former = *it;
         result = former->Join(cmd);
-        syslog(esyslog_generic, s_tag, __LINE__, ">> join result by %s(%llu/%s), %s",
-               former->GetDescription(), former->ddwExtraData, former->strExtraData.c_str(),
-               VaxoDescription(result));
+        if (logs) {
+            syslog(esyslog_generic, s_tag, __LINE__, ">> join result by %s(%llu/%s), %s",
+                   former->GetDescription(), former->ddwExtraData, former->strExtraData.c_str(),
+                   VaxoDescription(result));
+        }
         if (result == CmdJoin_InvalidateFormer) {
             if (removed.Add(former) != 0) {
                 throw std::bad_alloc();  // it still waits, and nobody was told otherwise
@@ -79,6 +83,9 @@ VaxoAVMgrCmdJoinResult CVaxoAVMgrCmdQueue::AddCmd(std::shared_ptr<VaxoAVMgrCmd> 
 }
 
 void CVaxoAVMgrCmdQueue::ListCmds() {
+    if (!vaxolog_wants(esyslog_debug)) {
+        return;
+    }
     int32 index = 0;
     for (const std::shared_ptr<VaxoAVMgrCmd>& cmd : m_CmdQueue) {
         syslog(esyslog_debug, s_tag, __LINE__, "%d: %s(%llu/%s)", index, cmd->GetDescription(),
@@ -129,7 +136,7 @@ std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::PopCmd() {
     if (m_CmdQueue.empty()) {
         return {};
     }
-    std::shared_ptr<VaxoAVMgrCmd> cmd = m_CmdQueue.front();
+    std::shared_ptr<VaxoAVMgrCmd> cmd = std::move(m_CmdQueue.front());
     m_CmdQueue.erase(m_CmdQueue.begin());
     syslog(esyslog_generic, s_tag, __LINE__, "%s, cmd %s(%llu/%s) poped, final queue size: %d",
            "PopCmd", cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(),

@@ -83,11 +83,12 @@ VaxoAVMgrCmdJoinResult CVaxoLiveProxy::AddCmd(std::shared_ptr<VaxoAVMgrCmd> cmd)
         syslog(esyslog_generic, s_tag, __LINE__, "%s: %s(%llu/%s)", "AddCmd", cmd->GetDescription(),
                cmd->ddwExtraData, cmd->strExtraData.c_str());
     }
-    const VaxoAVMgrCmdJoinResult result = CVaxoAVMgrCmdQueue::GetSharedInstance()->AddCmd(cmd);
+    const std::shared_ptr<CVaxoAVMgrCmdQueue> queue = CVaxoAVMgrCmdQueue::GetSharedInstance();
+    const VaxoAVMgrCmdJoinResult result = queue->AddCmd(cmd);
     if (result == CmdJoin_InvalidateLater) {
         syslog(esyslog_generic, s_tag, __LINE__, "%s, cmd invalid!", "AddCmd");
     }
-    CVaxoAVMgrCmdQueue::GetSharedInstance()->StartCmdExecute();
+    queue->StartCmdExecute();
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "vaxoevent.h"
 #include "vaxostream.h"
@@ -89,7 +90,8 @@ void CVaxoQueueRunner::Push(CVAXOTaskDefault* task, vaxo_task_call_base* record)
 
 void CVaxoQueueRunner::AsyncRun(VaxoRunnable job, int id) {
     CVAXOTaskDefault* const task = GetWorkQueue(id);
-    Push(task, new vaxo_task_call_CVaxoQueueRunnerAsyncRunInner(&AsyncRunInner_hidden, this, job));
+    Push(task, new vaxo_task_call_CVaxoQueueRunnerAsyncRunInner(&AsyncRunInner_hidden, this,
+                                                                std::move(job)));
 }
 
 void CVaxoQueueRunner::SyncRun(VaxoRunnable job, int id) {
@@ -105,8 +107,8 @@ void CVaxoQueueRunner::SyncRun(VaxoRunnable job, int id) {
         return;
     }
     const std::unique_ptr<vaxoevent_t, EventDestroyer> event(vaxoevent_create(1, 0));
-    Push(task, new vaxo_task_call_CVaxoQueueRunnerSyncRunInner(&SyncRunInner_hidden, this, job,
-                                                               event.get()));
+    Push(task, new vaxo_task_call_CVaxoQueueRunnerSyncRunInner(&SyncRunInner_hidden, this,
+                                                               std::move(job), event.get()));
     vaxoevent_wait(event.get());
 }
 

@@ -7,6 +7,7 @@
 #define VAXO_VAXOTASKCALL_H
 
 #include <functional>
+#include <utility>
 
 #include "vaxoevent.h"
 #include "vaxorefc.h"
@@ -59,8 +60,9 @@ struct vaxo_task_call_base_CVaxoQueueRunner : public vaxo_task_call_base {
 
 struct vaxo_task_call_CVaxoQueueRunnerAsyncRunInner : public vaxo_task_call_base_CVaxoQueueRunner {
     vaxo_task_call_CVaxoQueueRunnerAsyncRunInner(vaxo_any_call call, CVaxoQueueRunner* runner,
-                                                 const VaxoRunnable& job)
-        : vaxo_task_call_base_CVaxoQueueRunner("AsyncRunInner", call, runner), _job(job) {}
+                                                 VaxoRunnable job)
+        : vaxo_task_call_base_CVaxoQueueRunner("AsyncRunInner", call, runner),
+          _job(std::move(job)) {}
 
     VaxoRunnable _job;
     CVAXOTaskDefault* _pTask = nullptr;  // part of the record's shape; nothing reads it
@@ -68,9 +70,9 @@ struct vaxo_task_call_CVaxoQueueRunnerAsyncRunInner : public vaxo_task_call_base
 
 struct vaxo_task_call_CVaxoQueueRunnerSyncRunInner : public vaxo_task_call_base_CVaxoQueueRunner {
     vaxo_task_call_CVaxoQueueRunnerSyncRunInner(vaxo_any_call call, CVaxoQueueRunner* runner,
-                                                const VaxoRunnable& job, hvaxoevent event)
+                                                VaxoRunnable job, hvaxoevent event)
         : vaxo_task_call_base_CVaxoQueueRunner("SyncRunInner", call, runner),
-          _job(job),
+          _job(std::move(job)),
           _e(event) {}
 
     VaxoRunnable _job;

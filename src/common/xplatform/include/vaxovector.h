@@ -7,7 +7,8 @@
 //   After -1 the array is unchanged.
 // - The range erase is inclusive: erase(it, it) removes one element.
 // - The iterators of an empty array are null, also when it holds storage.
-// - Elements are copied when the storage grows, never moved.
+// - Elements are copied when the storage grows, never moved, but for those of which nobody can
+//   tell (moves_like_copy).
 // - A copy is always a whole copy; swap() exchanges two arrays in O(1).
 //
 // Guarantees
@@ -17,7 +18,10 @@
 //   exactly as many as were asked for if that is more. Storage is only ever
 //   replaced by a larger one; it is freed by the destructor alone.
 // - Storage that cannot be had gives -1: the allocator has none, the bytes do not
-//   fit PTRDIFF_MAX, or the number of slots does not fit 32 bits. Nothing wraps.
+//   fit PTRDIFF_MAX, or the number of slots does not fit 32 bits (31 where moves_like_copy).
+//   Nothing wraps.
+// - Erasing at the front takes as long as there are elements behind; where moves_like_copy,
+//   as long as there are elements erased.
 // - A constructor that cannot get storage makes an empty array. An assignment
 //   that cannot get storage leaves an empty array.
 // - An argument of Add, push_back, insert or Resize may be an element of the
@@ -42,11 +46,13 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "vaxotypes.h"
@@ -71,6 +77,13 @@ constexpr std::size_t ByteCount(uint32 count, std::size_t size, std::size_t max)
 }
 
 }  // namespace vector_growth
+
+// Whether nobody can tell a move from a copy whose source is destroyed at once. Arrays of such
+// elements move them, and erase at the front without touching the rest.
+template <class T>
+struct moves_like_copy : std::false_type {};
+template <class T>
+struct moves_like_copy<std::shared_ptr<T>> : std::true_type {};
 
 template <class T>
 class vector {
@@ -138,7 +151,7 @@ public:
 
     uint32 size() const { return m_ItemCount; }
     uint32 GetItemCount() const { return m_ItemCount; }
-    uint32 capacity() const { return m_Capacity; }
+    uint32 capacity() const { return m_Capacity & ~kLeadFlag; }
     bool empty() const { return m_ItemCount == 0; }
 
     // The element at an index that must exist; a debug build asserts it.
@@ -214,6 +227,18 @@ private:
     // operator new aligns to the default by itself; beyond that it must be told.
     static constexpr bool IsOverAligned() { return alignof(T) > __STDCPP_DEFAULT_NEW_ALIGNMENT__; }
 
+    // Elements that were erased at the front leave a lead: empty slots before m_Items, which
+    // are used again when those behind the elements are full. A flag in m_Capacity says that
+    // there is one; how long it is stands in the last of its slots.
+    static constexpr bool kHasLead = moves_like_copy<T>::value;
+    static constexpr uint32 kLeadFlag = kHasLead ? uint32{1} << 31 : 0;
+
+    uint32 Lead() const;
+    void SetLead(uint32 slots);
+    T* FirstSlot() const { return m_Items == nullptr ? nullptr : m_Items - Lead(); }
+    void GiveUpLead();
+    int32 EraseFront(uint32 removed);
+
     T* Existing(uint32 index) const {
         assert(index < m_ItemCount);
         return m_Items + index;
@@ -225,9 +250,9 @@ private:
     void Truncate(uint32 count);
     static void Destroy(T* items, uint32 first, uint32 end);
 
-    uint32 m_Capacity = 0;   // slots allocated
-    uint32 m_ItemCount = 0;  // elements, at most m_Capacity
-    T* m_Items = nullptr;    // the first slot; null until the first growth
+    uint32 m_Capacity = 0;   // slots allocated, and kLeadFlag
+    uint32 m_ItemCount = 0;  // elements, at most as many as slots
+    T* m_Items = nullptr;    // the first element's slot; null until the first growth
 };
 
 }  // namespace vaxostl

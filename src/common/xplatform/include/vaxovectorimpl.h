@@ -7,6 +7,11 @@
 
 namespace vaxostl {
 
+template <class T>
+std::conditional_t<moves_like_copy<T>::value, T&&, const T&> MovedOrCopied(T& item) {
+    return static_cast<std::conditional_t<moves_like_copy<T>::value, T&&, const T&>>(item);
+}
+
 // The storage that a growth has replaced, freed at the end of the operation. It
 // stays that long because an argument of the operation may have lain in it.
 template <class T>
@@ -32,7 +37,7 @@ struct vector<T>::Relocation {
 
     ~Relocation() {
         Destroy(array.m_Items, moved, array.m_ItemCount);
-        replaced.items = array.m_Items;
+        replaced.items = array.FirstSlot();
         array.m_Items = items;
         array.m_Capacity = capacity;
         array.m_ItemCount = moved;
@@ -87,7 +92,7 @@ vector<T>::vector(const vector& other) : vector(other.m_Items, other.m_ItemCount
 template <class T>
 vector<T>::~vector() {
     clear();
-    Deallocate(m_Items);
+    Deallocate(FirstSlot());
 }
 
 template <class T>
@@ -138,7 +143,10 @@ int32 vector<T>::reserve(uint32 count) {
 // reserve, but for the freeing of the old storage, which is left to `replaced`.
 template <class T>
 int32 vector<T>::Grow(uint32 count, Replaced& replaced) {
-    if (m_Capacity >= count) {
+    if (capacity() >= count) {
+        if (capacity() - Lead() < count) {
+            GiveUpLead();
+        }
         return 0;
     }
     uint32 capacity = 0;
@@ -148,8 +156,8 @@ int32 vector<T>::Grow(uint32 count, Replaced& replaced) {
     }
     Relocation relocation{*this, replaced, items, capacity, 0};
     while (relocation.moved < m_ItemCount) {
-        const T& old = m_Items[relocation.moved];
-        ::new (static_cast<void*>(items + relocation.moved)) T(old);
+        T& old = m_Items[relocation.moved];
+        ::new (static_cast<void*>(items + relocation.moved)) T(MovedOrCopied(old));
         old.~T();
         ++relocation.moved;
     }
@@ -200,8 +208,8 @@ int32 vector<T>::InsertAt(uint32 index, const T& value, uint32 count) {
     }
     Gap gap{*this, m_ItemCount, m_ItemCount + count, m_ItemCount + count};
     while (gap.kept > index) {
-        const T& old = m_Items[gap.kept - 1];
-        ::new (static_cast<void*>(m_Items + gap.tail - 1)) T(old);
+        T& old = m_Items[gap.kept - 1];
+        ::new (static_cast<void*>(m_Items + gap.tail - 1)) T(MovedOrCopied(old));
         --gap.tail;
         old.~T();
         --gap.kept;
@@ -250,12 +258,59 @@ int32 vector<T>::erase(uint32 first, uint32 last) {
         return -1;
     }
     const uint32 removed = last - first + 1;
+    if constexpr (kHasLead) {
+        if (first == 0) {
+            return EraseFront(removed);
+        }
+    }
     const uint32 count = m_ItemCount - removed;
     for (uint32 index = first; index < count; ++index) {
-        m_Items[index] = std::as_const(m_Items[index + removed]);
+        m_Items[index] = MovedOrCopied(m_Items[index + removed]);
     }
     Truncate(count);
     return 0;
+}
+
+template <class T>
+int32 vector<T>::EraseFront(uint32 removed) {
+    const uint32 lead = Lead() + removed;
+    Destroy(m_Items, 0, removed);
+    m_Items += removed;
+    m_ItemCount -= removed;
+    SetLead(lead);
+    if (m_ItemCount == 0) {
+        GiveUpLead();
+    }
+    return 0;
+}
+
+template <class T>
+uint32 vector<T>::Lead() const {
+    uint32 slots = 0;
+    if ((m_Capacity & kLeadFlag) != 0) {
+        std::memcpy(&slots, static_cast<const void*>(m_Items - 1), sizeof(slots));
+    }
+    return slots;
+}
+
+// The lead is there already: raw slots, at least one.
+template <class T>
+void vector<T>::SetLead(uint32 slots) {
+    static_assert(!kHasLead || sizeof(T) >= sizeof(slots), "the number fits into a slot");
+    std::memcpy(static_cast<void*>(m_Items - 1), &slots, sizeof(slots));
+    m_Capacity |= kLeadFlag;
+}
+
+// Moves the elements to the first slots.
+template <class T>
+void vector<T>::GiveUpLead() {
+    T* const first = FirstSlot();
+    m_Capacity &= ~kLeadFlag;
+    T* const items = std::exchange(m_Items, first);
+    for (uint32 index = 0; index < m_ItemCount; ++index) {
+        ::new (static_cast<void*>(first + index)) T(MovedOrCopied(items[index]));
+        items[index].~T();
+    }
 }
 
 template <class T>
@@ -286,10 +341,10 @@ void vector<T>::swap(vector& other) noexcept {
 
 template <class T>
 T* vector<T>::Allocate(uint32 count, uint32& newCapacity) const {
-    const uint32 capacity = vector_growth::NextCapacity(m_Capacity, count);
+    const uint32 capacity = vector_growth::NextCapacity(this->capacity(), count);
     const std::size_t bytes = vector_growth::ByteCount(
         capacity, sizeof(T), static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max()));
-    if (bytes == 0) {
+    if (bytes == 0 || (capacity & kLeadFlag) != 0) {
         return nullptr;
     }
     void* storage = nullptr;
@@ -329,6 +384,9 @@ template <class T>
 void vector<T>::Truncate(uint32 count) {
     Destroy(m_Items, count, m_ItemCount);
     m_ItemCount = count;
+    if (count == 0 && m_Items != nullptr) {
+        GiveUpLead();
+    }
 }
 
 template <class T>

@@ -2,14 +2,15 @@
 
 #include <cerrno>
 #include <ctime>
-#include <limits>
 #include <memory>
 
+#include "vaxodeadline.h"
 #include "vaxoevent.h"
 #include "vaxoposix.h"
 #include "vaxothread_native.h"
 
-// A flag under a mutex, and a condition variable to wait for it.
+// Events for systems without futexes (vaxoevent_linux.cpp): a flag under a mutex, and a
+// condition variable to wait for it.
 //
 // Signalling happens with the mutex held. A waiter needs the mutex to leave its
 // wait, so by the time it returns the signalling thread is done with the
@@ -44,25 +45,6 @@ void Take(hvaxoevent event) {
     }
 }
 
-// The moment `milliseconds` from now on the monotonic clock. False when the clock
-// cannot show it, which is further away than anybody waits.
-bool DeadlineIn(int64 milliseconds, timespec& deadline) {
-    const int64 second = 1000;
-    const int64 millisecond = 1000000;
-    if (clock_gettime(CLOCK_MONOTONIC, &deadline) != 0) {
-        return false;
-    }
-    const int64 seconds = milliseconds / second + 1;  // with one to carry into
-    if (seconds > std::numeric_limits<time_t>::max() - deadline.tv_sec) {
-        return false;
-    }
-    deadline.tv_sec += static_cast<time_t>(seconds - 1);
-    const int64 nanoseconds = deadline.tv_nsec + milliseconds % second * millisecond;
-    deadline.tv_sec += static_cast<time_t>(nanoseconds / (second * millisecond));
-    deadline.tv_nsec = static_cast<long>(nanoseconds % (second * millisecond));
-    return true;
-}
-
 }  // namespace
 
 hvaxoevent vaxoevent_create(int32 autoreset, int32 signaled) {
@@ -94,7 +76,7 @@ bool vaxoevent_timedwait(hvaxoevent event, int64 milliseconds) {
         return false;
     }
     timespec deadline = {};
-    if (milliseconds < 0 || (milliseconds > 0 && !DeadlineIn(milliseconds, deadline))) {
+    if (milliseconds < 0 || (milliseconds > 0 && !vaxodeadline_in(milliseconds, deadline))) {
         vaxoevent_wait(event);
         return true;
     }

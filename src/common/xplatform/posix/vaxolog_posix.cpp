@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -13,11 +14,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "vaxoformat.h"
 #include "vaxologfile.h"
+#include "vaxologlimit.h"
 
 namespace VAXO {
 vaxo::strutf8 g_strLogFileName__;
@@ -29,6 +30,15 @@ namespace {
 constexpr std::size_t kUsualLine = 240;
 
 std::atomic<int32> g_level{esyslog_generic};
+
+// Tells the limit to those who ask before they log.
+void Tell() {
+    const int32 level = g_level.load(std::memory_order_relaxed);
+    vaxolog_limit.store(level < esyslog_grievous ? INT_MIN : level, std::memory_order_relaxed);
+}
+
+// The usual level, unless another was set even before this.
+const bool g_isTold = (Tell(), true);
 
 // A sink from the vaxolog_set_sink that sets it to the one that replaces it.
 struct Registration {
@@ -154,9 +164,12 @@ unsigned CallsOnThisThread(const Registration* pRegistration) {
     return calls;
 }
 
+bool EndsALine(char character) {
+    return character == '\r' || character == '\n' || character == '\0';
+}
+
 void EscapeLineEnds(std::string& line) {
-    constexpr std::string_view kEnds("\r\n\0", 3);
-    if (line.find_first_of(kEnds) == std::string::npos) {
+    if (std::none_of(line.begin(), line.end(), EndsALine)) {
         return;
     }
     std::string escaped;
@@ -263,6 +276,7 @@ void vaxolog_set_sink(vaxolog_sink sink, void* context) {
 
 void vaxolog_set_level(int32 level) {
     g_level.store(level > esyslog_debug ? INT_MAX : level, std::memory_order_relaxed);
+    Tell();
 }
 
 int32 vaxolog_open(const char* path) {

@@ -36,15 +36,15 @@ void __wrap__Z16vaxoevent_signalP11vaxoevent_t(hvaxoevent event) {
 }
 }
 
-TEST(VaxoTaskBurst, TheCountersSeeAWakeUpOfASleepingWorker) {
+TEST(VaxoTaskBurst, TheCountersSeeALockAndAWakeUpOfASleepingWorker) {
     Target target;
     Worker worker("counted");
-    ASSERT_TRUE(worker.Start());
-    const long signals = g_signals.load();
     const long locks = t_locks;
+    ASSERT_TRUE(worker.Start());
+    EXPECT_GT(t_locks, locks);
+    const long signals = g_signals.load();
     worker.Drain();
     EXPECT_GT(g_signals.load(), signals);
-    EXPECT_GT(t_locks, locks);
 }
 
 TEST(VaxoTaskBurst, PushingToAnAwakeWorkerTakesNoLockAndWakesNobody) {
