@@ -44,6 +44,7 @@
 #ifndef VAXO_VAXOVECTOR_H
 #define VAXO_VAXOVECTOR_H
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstring>
@@ -246,6 +247,8 @@ private:
     uint32 IndexOf(const T* item) const;
     int32 Grow(uint32 count, Replaced& replaced);
     int32 GrowBy(uint32 count, Replaced& replaced);
+    int32 AddToFull(const T& item);
+    void Append(const T* items, uint32 count);
     int32 InsertAt(uint32 index, const T& value, uint32 count);
     void Truncate(uint32 count);
     static void Destroy(T* items, uint32 first, uint32 end);

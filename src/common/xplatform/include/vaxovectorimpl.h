@@ -77,12 +77,8 @@ vector<T>::vector(uint32 count, const T& value) : vector() {
 
 template <class T>
 vector<T>::vector(const T* items, uint32 count) : vector() {
-    if (items == nullptr || reserve(count) != 0) {
-        return;
-    }
-    while (m_ItemCount < count) {
-        ::new (static_cast<void*>(m_Items + m_ItemCount)) T(items[m_ItemCount]);
-        ++m_ItemCount;
+    if (items != nullptr && reserve(count) == 0) {
+        Append(items, count);
     }
 }
 
@@ -101,14 +97,27 @@ vector<T>& vector<T>::operator=(const vector& other) {
         return *this;
     }
     clear();
-    if (reserve(other.m_ItemCount) != 0) {
-        return *this;
-    }
-    while (m_ItemCount < other.m_ItemCount) {
-        ::new (static_cast<void*>(m_Items + m_ItemCount)) T(other.m_Items[m_ItemCount]);
-        ++m_ItemCount;
+    if (reserve(other.m_ItemCount) == 0) {
+        Append(other.m_Items, other.m_ItemCount);
     }
     return *this;
+}
+
+// Copies to the empty array, which has the room. One copy of all bytes where nobody can tell it
+// from a copy of each element.
+template <class T>
+void vector<T>::Append(const T* items, uint32 count) {
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        if (count != 0) {
+            std::memcpy(static_cast<void*>(m_Items), items, std::size_t{count} * sizeof(T));
+            m_ItemCount = count;
+        }
+    } else {
+        while (m_ItemCount < count) {
+            ::new (static_cast<void*>(m_Items + m_ItemCount)) T(items[m_ItemCount]);
+            ++m_ItemCount;
+        }
+    }
 }
 
 template <class T>
@@ -126,12 +135,7 @@ bool vector<T>::operator==(const vector& other) const {
 
 template <class T>
 bool vector<T>::contains(const T& value) const {
-    for (uint32 index = 0; index < m_ItemCount; ++index) {
-        if (m_Items[index] == value) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(begin(), end(), value) != end();
 }
 
 template <class T>
@@ -155,6 +159,13 @@ int32 vector<T>::Grow(uint32 count, Replaced& replaced) {
         return -1;
     }
     Relocation relocation{*this, replaced, items, capacity, 0};
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        if (m_ItemCount != 0) {
+            std::memcpy(static_cast<void*>(items), m_Items, std::size_t{m_ItemCount} * sizeof(T));
+            relocation.moved = m_ItemCount;
+        }
+        return 0;
+    }
     while (relocation.moved < m_ItemCount) {
         T& old = m_Items[relocation.moved];
         ::new (static_cast<void*>(items + relocation.moved)) T(MovedOrCopied(old));
@@ -174,6 +185,18 @@ int32 vector<T>::GrowBy(uint32 count, Replaced& replaced) {
 
 template <class T>
 int32 vector<T>::Add(const T& item) {
+    const uint32 room = (m_Capacity & kLeadFlag) == 0 ? m_Capacity : capacity() - Lead();
+    if (m_ItemCount == room) {
+        return AddToFull(item);
+    }
+    ::new (static_cast<void*>(m_Items + m_ItemCount)) T(item);
+    ++m_ItemCount;
+    return 0;
+}
+
+// Apart, so that the usual way is short enough to be inlined.
+template <class T>
+int32 vector<T>::AddToFull(const T& item) {
     const uint32 own = IndexOf(std::addressof(item));
     Replaced replaced;
     const int32 status = GrowBy(1, replaced);
@@ -264,8 +287,13 @@ int32 vector<T>::erase(uint32 first, uint32 last) {
         }
     }
     const uint32 count = m_ItemCount - removed;
-    for (uint32 index = first; index < count; ++index) {
-        m_Items[index] = MovedOrCopied(m_Items[index + removed]);
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        std::memmove(static_cast<void*>(m_Items + first), m_Items + last + 1,
+                     std::size_t{count - first} * sizeof(T));
+    } else {
+        for (uint32 index = first; index < count; ++index) {
+            m_Items[index] = MovedOrCopied(m_Items[index + removed]);
+        }
     }
     Truncate(count);
     return 0;
