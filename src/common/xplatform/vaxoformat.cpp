@@ -314,11 +314,11 @@ void Formatter::appendText(const Conversion& conversion, const char* text) {
     const auto width = static_cast<std::size_t>(conversion.width);
     const std::size_t padding = width > size ? width - size : 0;
     const bool isLeft = conversion.has('-');
-    if (!isLeft) {
+    if (padding != 0 && !isLeft) {
         m_out.append(padding, ' ');
     }
     m_out.append(text, size);
-    if (isLeft) {
+    if (padding != 0 && isLeft) {
         m_out.append(padding, ' ');
     }
 }

@@ -1,6 +1,7 @@
 #include "avmgr/VaxoAVMgrCmdQueue.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 #include <utility>
 
@@ -23,8 +24,15 @@ std::shared_ptr<CVaxoAVMgrCmdQueue> CVaxoAVMgrCmdQueue::GetSharedInstance() {
     // The pointer itself is never destroyed: see the header.
     static std::shared_ptr<CVaxoAVMgrCmdQueue>& s_pCmdQueue =
         *new std::shared_ptr<CVaxoAVMgrCmdQueue>();
-    return vaxo::slot_load_or_make(s_pCmdQueue,
-                                   [] { return std::make_shared<CVaxoAVMgrCmdQueue>(); });
+    // Once filled it never changes, and may be read plainly.
+    static std::atomic<bool> s_isFilled{false};
+    if (s_isFilled.load(std::memory_order_acquire)) {
+        return s_pCmdQueue;
+    }
+    std::shared_ptr<CVaxoAVMgrCmdQueue> queue =
+        vaxo::slot_load_or_make(s_pCmdQueue, [] { return std::make_shared<CVaxoAVMgrCmdQueue>(); });
+    s_isFilled.store(true, std::memory_order_release);
+    return queue;
 }
 
 CVaxoAVMgrCmdQueue::CVaxoAVMgrCmdQueue() = default;

@@ -16,7 +16,8 @@
 // - Lines of one thread reach the sink and the file in the order logged.
 // - The file is written by a thread of its own, which sees none of the process's
 //   signals. Up to 1024 lines wait for it; the caller that logs one more waits
-//   for room. The thread gives each line to the system at once.
+//   for room. The thread gives a line to the system as soon as no other waits, and in a burst
+//   every 64 KiB.
 // - vaxolog_flush waits for the lines before it. No line is lost when the
 //   process ends normally, by a return from main or by exit: the lines that wait
 //   are written then, and lines logged later during the exit are written before

@@ -2,14 +2,16 @@
 
 #include <pthread.h>
 
-#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -164,12 +166,16 @@ unsigned CallsOnThisThread(const Registration* pRegistration) {
     return calls;
 }
 
-bool EndsALine(char character) {
-    return character == '\r' || character == '\n' || character == '\0';
+// Three searches, each as fast as memory: most lines have none of them.
+bool HasLineEnd(const std::string& line) {
+    const auto has = [&line](char character) {
+        return std::memchr(line.data(), character, line.size()) != nullptr;
+    };
+    return has('\n') || has('\r') || has('\0');
 }
 
 void EscapeLineEnds(std::string& line) {
-    if (std::none_of(line.begin(), line.end(), EndsALine)) {
+    if (!HasLineEnd(line)) {
         return;
     }
     std::string escaped;
@@ -204,13 +210,21 @@ bool Format(std::string& text, const char* format, va_list args) {
     }
 }
 
+void AppendNumber(std::string& text, int32 number) {
+    std::array<char, 12> digits{};  // 32 bits need 10 and a sign
+    char* const begin = digits.data();
+    text.append(begin, std::to_chars(begin, begin + digits.size(), number).ptr);
+}
+
 // As above, for the file.
 bool FormatForFile(std::string& text, int32 level, const char* tag, int32 line, const char* format,
                    va_list args) {
     try {
         text.reserve(kUsualLine);
-        text.append(std::to_string(level)).append(1, ' ').append(tag).append(1, ':');
-        text.append(std::to_string(line)).append(1, ' ');
+        AppendNumber(text, level);
+        text.append(" ").append(tag).append(":");
+        AppendNumber(text, line);
+        text.append(" ");
         vaxo::format_append(text, format, args);
         EscapeLineEnds(text);
         return true;

@@ -1,5 +1,6 @@
 #include "vaxologfile.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -8,10 +9,10 @@
 #include <string>
 #include <utility>
 
-// Set before spdlog is read, and macros because it reads macros: the thread id
-// is not kept in the thread, where a forked child would find its parent's, and
-// the file is not handed on to programs that the process starts.
-#define SPDLOG_NO_TLS
+// Set before spdlog is read, and macros because it reads macros: the thread id is
+// ours, which a forked child does not have from its parent and which costs no
+// system call, and the file is not handed on to programs that the process starts.
+#define SPDLOG_NO_THREAD_ID
 #define SPDLOG_PREVENT_CHILD_FD
 
 #include "spdlog/async_logger.h"
@@ -35,32 +36,47 @@ constexpr std::size_t kFormerFiles = 3;
 // is open; the lines of a burst fit in.
 constexpr std::size_t kQueuedLines = 1024;
 
+// What is given to the system in one go while further lines wait.
+constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
+
 // How long lines are dropped before a file that was taken away is tried again:
 // a try costs tens of milliseconds.
 constexpr std::chrono::seconds kRetryAfter{1};
 
 // The end of the road: writes lines to the rotating file and counts flushes.
 //
-// The stream has no buffer, so a line is in the file when log returns. That is a
-// system call a line, but on the log's own thread; in return a crash loses only
-// the lines still queued, a forked child has no copy of any, and the C library's
-// clean-up at exit does not pull a buffer away from threads that still log.
+// Lines are gathered while further ones wait, and given to the system by the last
+// of them: a line on its own is in the file when log returns. So a crash loses no
+// more than the lines of a burst, a forked child has no copy of any (Freeze), and
+// nothing is gathered when the C library cleans up at exit (Shut).
 //
 // Called by the queue's thread or, without a queue, by the logging threads. It
 // catches everything: nobody behind it could do better than to drop the line.
 class FileSink final : public spdlog::sinks::sink {
 public:
     // Throws when the file cannot be opened.
-    explicit FileSink(std::string path) : m_path(std::move(path)) { OpenFile(); }
+    explicit FileSink(std::string path)
+        : m_path(std::move(path)), m_pBuffer(std::make_unique<char[]>(kBufferBytes)) {
+        OpenFile();
+    }
+
+    // Before each line that will come to log. Any thread.
+    void Announce() { m_announced.fetch_add(1, std::memory_order_relaxed); }
+    // It will not come after all.
+    void Withdraw() { m_announced.fetch_sub(1, std::memory_order_relaxed); }
 
     void log(const spdlog::details::log_msg& msg) override {
         const std::lock_guard<std::mutex> guard(m_lock);
+        ++m_logged;
         try {
             if (!m_isOpen && msg.time >= m_retryAt) {
                 OpenFile();
             }
             if (m_isOpen) {
                 m_pFile->log(msg);
+            }
+            if (m_isOpen && m_announced.load(std::memory_order_relaxed) == m_logged) {
+                m_pFile->flush();
             }
         } catch (...) {
             m_retryAt = msg.time + kRetryAfter;
@@ -75,6 +91,7 @@ public:
             if (!m_isOpen) {
                 OpenFile();
             }
+            m_pFile->flush();
         } catch (...) {
             m_retryAt = Clock::now() + kRetryAfter;
         }
@@ -87,8 +104,16 @@ public:
         m_flushed.wait(guard, [&] { return m_flushes >= count; });
     }
 
-    // Between the two nobody is in the middle of a line.
-    void Freeze() { m_lock.lock(); }
+    // Between the two nobody is in the middle of a line, and none is gathered.
+    void Freeze() {
+        m_lock.lock();
+        try {
+            if (m_isOpen) {
+                m_pFile->flush();
+            }
+        } catch (...) {  // the line is lost
+        }
+    }
     void Unfreeze() { m_lock.unlock(); }
 
     void set_pattern(const std::string&) override {}
@@ -104,7 +129,7 @@ private:
         m_pFile.reset();
         spdlog::file_event_handlers events;
         events.after_open = [this](const std::string&, std::FILE* pFile) {
-            static_cast<void>(std::setvbuf(pFile, nullptr, _IONBF, 0));
+            static_cast<void>(std::setvbuf(pFile, m_pBuffer.get(), _IOFBF, kBufferBytes));
             m_isOpen = true;
         };
         events.after_close = [this](const std::string&) { m_isOpen = false; };
@@ -116,7 +141,10 @@ private:
     std::mutex m_lock;
     std::condition_variable m_flushed;
     uint64 m_flushes = 0;
+    std::atomic<uint64> m_announced{0};
+    uint64 m_logged = 0;
     const std::string m_path;
+    const std::unique_ptr<char[]> m_pBuffer;  // there for as long as the file uses it
     bool m_isOpen = false;
     Clock::time_point m_retryAt;
     std::unique_ptr<RotatingFile> m_pFile;
@@ -173,11 +201,20 @@ void CVAXOLogFile::File::StopQueue() {
 }
 
 void CVAXOLogFile::File::Write(std::string_view line) const {
-    const spdlog::string_view_t payload(line.data(), line.size());
-    if (pQueue != nullptr) {
-        pLogger->log(spdlog::level::info, payload);
-    } else {
-        pSink->log(spdlog::details::log_msg("", spdlog::level::info, payload));
+    spdlog::details::log_msg message("", spdlog::level::info,
+                                     spdlog::string_view_t(line.data(), line.size()));
+    message.thread_id = static_cast<std::size_t>(vaxothread_selfid());
+    pSink->Announce();
+    if (pQueue == nullptr) {
+        pSink->log(message);
+        return;
+    }
+    try {
+        pQueue->post_log(std::shared_ptr<spdlog::async_logger>(pLogger), message,
+                         spdlog::async_overflow_policy::block);
+    } catch (...) {
+        pSink->Withdraw();
+        throw;
     }
 }
 
