@@ -7,6 +7,7 @@
 #include "live/VaxoLiveAsk.h"
 #include "live/VaxoLiveCalls.h"
 #include "live/VaxoLiveShow.h"
+#include "vaxoblocks.h"
 #include "vaxolog.h"
 #include "vaxoslot.h"
 
@@ -94,7 +95,9 @@ VaxoAVMgrCmdJoinResult CVaxoLiveProxy::AddCmd(std::shared_ptr<VaxoAVMgrCmd> cmd)
 
 int CVaxoLiveProxy::AddBuiltCmd(unsigned long long exData, VaxoAVMgrCmdType type,
                                 VaxoAVMgrCmd::ExecuteFunc func) {
-    const auto cmd = std::make_shared<VaxoAVMgrCmd>(type, std::move(func));
+    // Made here, destroyed by the worker.
+    const auto cmd = std::allocate_shared<VaxoAVMgrCmd>(vaxo::block_allocator<VaxoAVMgrCmd>(), type,
+                                                        std::move(func));
     cmd->ddwExtraData = exData;
     return AddCmd(cmd) == CmdJoin_InvalidateLater ? 1 : 0;
 }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <utility>
 
+#include "vaxoblocks.h"
 #include "vaxoevent.h"
 #include "vaxorefc.h"
 #include "vaxotask.h"
@@ -23,7 +24,7 @@ typedef void (*vaxo_any_call_nr)(void* record);
 
 // A record: a label and the function that runs it. The function is always given
 // the record's vaxo_task_call_base address.
-struct vaxo_task_call_base {
+struct vaxo_task_call_base : public vaxo::block_made<vaxo_task_call_base> {
     vaxo_task_call_base(const char* name, vaxo_any_call call) : fname(name), func(call) {}
     virtual ~vaxo_task_call_base() = default;
 
@@ -38,7 +39,7 @@ struct vaxo_task_call_base {
 };
 
 // The counted owner of a record, made with one reference.
-struct tagCallTaskArg : public CRefCountSafe {
+struct tagCallTaskArg : public CRefCountSafe, public vaxo::block_made<tagCallTaskArg> {
     explicit tagCallTaskArg(vaxo_task_call_base* call) : pCall(call) {}
     ~tagCallTaskArg() override { delete pCall; }
 

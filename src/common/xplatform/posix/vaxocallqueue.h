@@ -44,6 +44,7 @@
 #include <atomic>
 #include <memory>
 
+#include "vaxoblocks.h"
 #include "vaxoevent.h"
 #include "vaxotask.h"
 
@@ -58,7 +59,7 @@ public:
     CVAXOCallQueue(const CVAXOCallQueue&) = delete;
     CVAXOCallQueue& operator=(const CVAXOCallQueue&) = delete;
 
-    // Queues a copy of the call. Allocates once.
+    // Queues a copy of the call. Takes one block.
     void Push(const CScopeCall& call) { PushLink(new Node(call)); }
 
     void Retire() {
@@ -77,7 +78,7 @@ private:
     struct Link {
         Link* next = nullptr;
     };
-    struct Node : Link {
+    struct Node : Link, vaxo::block_made<Node> {
         explicit Node(const CScopeCall& queued) : call(queued) {}
         const CScopeCall call;
     };
