@@ -194,16 +194,20 @@ class Report:
                  (f" and {len(strange) - 5} more" if len(strange) > 5 else "") or "none")
 
     def memory(self, member):
-        tenth = self.begin + (self.end - self.begin) / 10
-        then = median(self.values(member, "rss", tenth - 5, tenth + 5))
+        """An allocator with an arena for each thread grows for a while, and then no more; what is
+        lost again and again does not stop. So the second half counts."""
+        length = self.end - self.begin
+        tenth, half = (self.begin + length / part for part in (10, 2))
+        first, then = (median(self.values(member, "rss", at - LAST / 2, at + LAST / 2))
+                       for at in (tenth, half))
         now = median(self.values(member, "rss", self.end - LAST, self.end))
-        if then is None or now is None:
+        if None in (first, then, now):
             self.complain(member, "memory is not known")
             return
-        then, now = then / 1024, now / 1024
-        hourly = (now - then) / (self.end - tenth) * 3600
-        self.put(member, "memory at 10 % / end, MiB (growth an hour)",
-                 f"{then:.1f} / {now:.1f} ({hourly:+.1f})")
+        first, then, now = first / 1024, then / 1024, now / 1024
+        hourly = (now - then) / (self.end - half) * 3600
+        self.put(member, "memory at 10 % / half / end, MiB (growth an hour since half)",
+                 f"{first:.1f} / {then:.1f} / {now:.1f} ({hourly:+.1f})")
         if now > then * MOST_GROWTH + MOST_MORE:
             self.complain(member, f"memory grew from {then:.1f} to {now:.1f} MiB")
 
