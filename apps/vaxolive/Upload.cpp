@@ -3,28 +3,30 @@
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 #include "Text.h"
+#include "connection/VaxoAVConnHttp.h"
 #include "vaxolog.h"
 
 namespace vaxoapp {
 
+unsigned long long LogLength(const std::string& logFile) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(logFile, error);
+    return error ? 0 : size;
+}
+
 namespace {
 
 constexpr std::chrono::milliseconds kLookAgain{100};
-
-unsigned long long SizeOf(const std::string& path) {
-    std::error_code error;
-    const auto size = std::filesystem::file_size(path, error);
-    return error ? 0 : size;
-}
 
 // The lines that are added to a log from now on.
 class LogTail {
 public:
     explicit LogTail(std::string path) : m_path(std::move(path)) {
         vaxolog_flush();
-        m_begin = SizeOf(m_path);
+        m_begin = LogLength(m_path);
         m_offset = m_begin;
     }
 
@@ -33,7 +35,7 @@ public:
 
     std::vector<std::string> NewLines() {
         vaxolog_flush();
-        if (SizeOf(m_path) < m_offset) {
+        if (LogLength(m_path) < m_offset) {
             m_begin = m_offset = 0;
         }
         std::ifstream file(m_path);
@@ -54,8 +56,28 @@ private:
 
 }  // namespace
 
+std::string UploadRefusal(const std::string& logFile, unsigned long long length) {
+    if (length <= CVaxoAVConnHttp::kMaxFileBytes) {
+        return "";
+    }
+    return "the log " + Printable(logFile) + " is not uploaded: it is " + std::to_string(length) +
+           " bytes long, the limit is " + std::to_string(CVaxoAVConnHttp::kMaxFileBytes);
+}
+
+void TellOfNewLog(Visit& visit, unsigned long long length) {
+    vaxolog_flush();
+    const std::string& logFile = visit.GetSettings().logFile;
+    if (LogLength(logFile) < length) {
+        visit.Tell("log-begun", JsonObject().Number("before", length),
+                   "the log " + Printable(logFile) + " was full and begins anew: the " +
+                       std::to_string(length) +
+                       " bytes that it had lie beside it and are not uploaded");
+    }
+}
+
 // "... ConnHttp:123 upload of FILE to ADDRESS: done, 1234 bytes, ..." or "... : failed, ..." or
-// "... : given up, ..." or "... ConnHttp:123 upload of FILE not taken: ...".
+// "... : given up, ..." or "... : to be tried again, ..." or "... ConnHttp:123 upload of FILE
+// not taken: ...".
 UploadNews ReadUploadNews(const std::string& line, unsigned long long& bytes, std::string& reason) {
     const std::size_t begin = line.find(" ConnHttp:");
     const std::size_t words = line.find(" upload of ", begin == std::string::npos ? 0 : begin);
@@ -72,11 +94,16 @@ UploadNews ReadUploadNews(const std::string& line, unsigned long long& bytes, st
             return UploadNews::Done;
         }
     }
-    for (const char* const end : {": failed, ", ": given up, ", " not taken: "}) {
+    constexpr std::pair<const char*, UploadNews> kEnds[] = {
+        {": failed, ", UploadNews::Failed},
+        {": given up, ", UploadNews::Failed},
+        {" not taken: ", UploadNews::Failed},
+        {": to be tried again, ", UploadNews::Again}};
+    for (const auto& [end, news] : kEnds) {
         const std::size_t found = line.rfind(end);
         if (found != std::string::npos) {
             reason = line.substr(line.find(' ', found) + 1);
-            return UploadNews::Failed;
+            return news;
         }
     }
     return UploadNews::None;
@@ -104,6 +131,10 @@ ExitCode UploadLog(Visit& visit, std::string& error) {
                 visit.Tell("uploaded", JsonObject().Number("bytes", bytes),
                            "the server has the log, " + std::to_string(bytes) + " bytes");
                 return Exit_Ok;
+            }
+            if (news == UploadNews::Again) {
+                visit.Tell("upload-again", JsonObject().Text("reason", reason),
+                           "the log is not uploaded yet: " + Printable(reason));
             }
             if (news == UploadNews::Failed) {
                 error = "the log was not uploaded: " + Printable(reason);

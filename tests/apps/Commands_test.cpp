@@ -172,6 +172,55 @@ TEST_F(CommandsTest, UploadTellsWhatBecameOfIt) {
     EXPECT_EQ(silent->End(), 6) << silent->Error();
 }
 
+TEST_F(CommandsTest, UploadTellsOfAttemptsThatFailed) {
+    const auto again = Start({"upload-log", "--log", Path("log")}, "upload=again");
+    EXPECT_EQ(again->End(), 0) << again->Error();
+    const std::size_t first =
+        again->Error().find("not uploaded yet: to be tried again, answer 500");
+    ASSERT_NE(first, std::string::npos) << again->Error();
+    EXPECT_NE(again->Error().find("the server has the log", first), std::string::npos);
+    const auto full = Start({"upload-log", "--log", Path("log")}, "upload=full");
+    EXPECT_EQ(full->End(), 7);
+    EXPECT_TRUE(Contains(full->Error(),
+                         "the log was not uploaded: failed, answer 507: the server has no room"))
+        << full->Error();
+}
+
+TEST_F(CommandsTest, UploadMakesALogThatIsMissingAndFillsAnEmptyOne) {
+    PutFile("empty", "");
+    for (const std::string name : {"missing", "empty"}) {
+        const auto app = Start({"upload-log", "--log", Path(name)}, "upload=whole");
+        EXPECT_EQ(app->End(), 0) << app->Error();
+        EXPECT_TRUE(Contains(app->Error(), "the server has the log, ")) << app->Error();
+        EXPECT_FALSE(Contains(app->Error(), "has the log, 0 bytes")) << app->Error();
+        EXPECT_TRUE(Contains(Content(name), "upload of " + Path(name))) << Content(name);
+    }
+}
+
+TEST_F(CommandsTest, UploadRefusesALogThatIsTooLongAndLeavesItAlone) {
+    PutFile("long.log", "");
+    std::filesystem::resize_file(Path("long.log"), 50000000);
+    const auto app = Start({"upload-log", "--quiet", "--log", Path("long.log")});
+    EXPECT_EQ(app->End(), 7);
+    EXPECT_TRUE(Contains(app->Error(), "50000000 bytes long, the limit is 16777216"))
+        << app->Error();
+    EXPECT_EQ(Journal(), "");
+    EXPECT_EQ(std::filesystem::file_size(Path("long.log")), 50000000U);
+    EXPECT_FALSE(std::filesystem::exists(Path("long.1.log")));
+}
+
+TEST_F(CommandsTest, UploadTellsWhenTheLogWasFullAndBeginsAnew) {
+    PutFile("old.log", "");
+    std::filesystem::resize_file(Path("old.log"), 8000000);
+    const auto app = Start({"upload-log", "--log", Path("old.log")}, "upload=whole");
+    EXPECT_EQ(app->End(), 0) << app->Error();
+    EXPECT_TRUE(Contains(app->Error(), "begins anew: the 8000000 bytes")) << app->Error();
+    EXPECT_EQ(std::filesystem::file_size(Path("old.1.log")), 8000000U);
+    const auto next = Start({"upload-log", "--log", Path("old.log")}, "upload=whole");
+    EXPECT_EQ(next->End(), 0) << next->Error();
+    EXPECT_FALSE(Contains(next->Error(), "begins anew")) << next->Error();
+}
+
 TEST_F(CommandsTest, FilesThatCannotBeWrittenEndWithOne) {
     for (const std::string option : {"--log", "--events"}) {
         PutFile("plain", "");

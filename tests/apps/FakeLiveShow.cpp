@@ -7,9 +7,11 @@
 //   publish=3       the state of the answer; never; ends: begins, and is over at once
 //   play=6          the state of the answer; never; ends
 //   picture=none    no snapshot ever comes   logout=never      no answer
-//   upload=failed   what the log says about it; never, refuse
+//   upload=failed   what the log says about it; never, refuse; again: done at the second
+//                   attempt; whole: done, with the file's own length; full: no room, ever
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -335,12 +337,21 @@ bool CVaxoAVConnHttp::UploadLogFile(vaxo::strutf8 userID, vaxo::strutf8 fileName
                name.c_str());
         return false;
     }
+    const std::string front = "upload of " + name + " to http://h: ";
+    std::string end = "done, 100000 bytes, 201";
     if (outcome == "failed") {
-        syslog(esyslog_error, "ConnHttp", __LINE__, "upload of %s to http://h: failed, status 403",
-               name.c_str());
-    } else if (outcome != "never") {
-        syslog(esyslog_generic, "ConnHttp", __LINE__,
-               "upload of %s to http://h: done, 100000 bytes, 201", name.c_str());
+        end = "failed, status 403";
+    } else if (outcome == "full") {
+        end = "failed, answer 507: the server has no room";
+    } else if (outcome == "whole") {
+        vaxolog_flush();
+        end = "done, " + std::to_string(std::filesystem::file_size(name)) + " bytes, 201";
+    } else if (outcome == "again") {
+        syslog(esyslog_warning, "ConnHttp", __LINE__, "%sto be tried again, answer 500",
+               front.c_str());
+    }
+    if (outcome != "never") {
+        syslog(esyslog_generic, "ConnHttp", __LINE__, "%s%s", front.c_str(), end.c_str());
     }
     return true;
 }

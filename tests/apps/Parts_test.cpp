@@ -146,7 +146,8 @@ TEST(UploadTest, LogLinesTellTheEndOfAnUpload) {
     EXPECT_EQ(ReadUploadNews(front + "ConnHttp:246 upload of x to y: to be tried again, no "
                                      "connection",
                              bytes, reason),
-              UploadNews::None);
+              UploadNews::Again);
+    EXPECT_EQ(reason, "to be tried again, no connection");
     EXPECT_EQ(ReadUploadNews(front + "CmdQueue:9 upload of x to y: failed, it says", bytes, reason),
               UploadNews::None);
 }

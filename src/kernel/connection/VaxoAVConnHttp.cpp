@@ -15,8 +15,8 @@ std::string Text(const vaxo::strutf8& text) {
     return text.c_str() == nullptr ? std::string() : std::string(text.c_str(), text.length());
 }
 
-// Null when `upload` is whole, else what it lacks.
-const char* Prepare(VaxoUpload& upload) {
+// Empty when `upload` is whole, else what it lacks.
+std::string Prepare(VaxoUpload& upload) {
     const std::string base = Text(CVaxoAppSetting::SharedInstance()->GetUploadURL());
     if (base.empty()) {
         return "no upload address";
@@ -31,8 +31,9 @@ const char* Prepare(VaxoUpload& upload) {
     if (upload.file == Text(VAXO::g_strLogFileName__)) {
         vaxolog_flush();
     }
-    upload.pSnapshot = VaxoUploadFile::Open(upload.file);
-    return upload.pSnapshot == nullptr ? "the file cannot be read" : nullptr;
+    std::string refusal;
+    upload.pSnapshot = VaxoUploadFile::Open(upload.file, CVaxoAVConnHttp::kMaxFileBytes, refusal);
+    return refusal;
 }
 
 }  // namespace
@@ -65,10 +66,10 @@ bool CVaxoAVConnHttp::UploadLogFile(vaxo::strutf8 userID, vaxo::strutf8 fileName
         upload.appID = m_pImpl->appID;
         upload.pKey = m_pImpl->pKey;
     }
-    const char* const refusal = Prepare(upload);
-    if (refusal != nullptr) {
+    const std::string refusal = Prepare(upload);
+    if (!refusal.empty()) {
         syslog(esyslog_warning, s_tag, __LINE__, "upload of %s not taken: %s", upload.file.c_str(),
-               refusal);
+               refusal.c_str());
         return false;
     }
     return m_pImpl->pUploader->Offer(std::move(upload));

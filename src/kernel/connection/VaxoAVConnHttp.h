@@ -16,9 +16,14 @@
 //   when it is the current log file.
 // - One transfer at a time; four more files may wait. A file that waits already is not put
 //   in twice: the later offer, with what the file holds by then, takes its place.
-// - Without a connection, and with an answer of 429 or 5xx, an upload is tried again, four
-//   times in all, 1, 2 and 4 seconds apart. Any other answer but 2xx ends it, a redirect
-//   too. An attempt ends after 5 seconds without a connection, 10 without a byte, 60 in all.
+// - Without a connection, or when it is lost, and with an answer of 429 or 5xx, an upload is
+//   tried again with the whole file, four times in all, 1, 2 and 4 seconds apart. That goes
+//   for 507 too, which says that the server has no room: room may come. Any other answer but
+//   2xx ends it, a redirect too. An attempt ends after 5 seconds without a connection, 10
+//   to 16 without a byte, 60 in all.
+// - A refusal counts also when it comes before the server has read the file. A file of more
+//   than 1 MiB is sent only when the server says that it wants it, or says nothing for a
+//   second.
 // - https verifies the server's certificate; protocols other than http and https are
 //   refused.
 // - Destroying the object drops nothing that was accepted without saying so in the
@@ -31,6 +36,8 @@
 // Non-guarantees
 // - An accepted upload may fail; then it is over, and nobody but the log is told.
 // - What was uploaded is remembered by this object, in memory.
+// - Over https, the answer of a server that closes in the middle of the file may be lost to
+//   that close. The upload is tried again then.
 // - A forked child uploads nothing through a connection of its parent that was in use.
 //
 // The class is a seam: the proxy knows this header alone, and a program may link a
@@ -45,6 +52,10 @@
 
 class VAXO_API CVaxoAVConnHttp {
 public:
+    // The longest file that is taken, in bytes: what the upload server takes. The log begins
+    // a new file long before.
+    static constexpr unsigned long long kMaxFileBytes = 16ULL * 1024 * 1024;
+
     CVaxoAVConnHttp();
     ~CVaxoAVConnHttp();
 
@@ -60,9 +71,9 @@ public:
     // is as it was when it was last uploaded, or empty.
     //
     // False, with the reason in the log: no upload address is set, or not a plain http or
-    // https one (a user's name, a query or a fragment in it is refused); no credentials; a
-    // file that is none, cannot be read or is longer than 16 MiB; passed over; too many
-    // wait. An offer accepted while the same file was under way is passed over later, if
+    // https one (a user's name, a query or a fragment in it is refused); no credentials; no
+    // such file, or one that is none, cannot be read or is longer than 16 MiB; passed over;
+    // too many wait. An offer accepted while the same file was under way is passed over later, if
     // that upload carried all of it.
     bool UploadLogFile(vaxo::strutf8 userID, vaxo::strutf8 fileName, bool bByUser);
 

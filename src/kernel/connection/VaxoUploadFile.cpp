@@ -7,32 +7,32 @@
 #include <algorithm>
 #include <cerrno>
 
-namespace {
-
-// What the upload server takes. A log file is rotated long before.
-constexpr unsigned long long kMaxSize = 16ULL * 1024 * 1024;
-
-}  // namespace
-
-std::unique_ptr<VaxoUploadFile> VaxoUploadFile::Open(const std::string& name) {
+std::unique_ptr<VaxoUploadFile> VaxoUploadFile::Open(const std::string& name,
+                                                     unsigned long long limit,
+                                                     std::string& refusal) {
     // A name with a zero byte would be cut and mean another file.
     if (name.empty() || name.find('\0') != std::string::npos) {
+        refusal = "no file has this name";
         return nullptr;
     }
     const int handle = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (handle < 0) {
+        refusal = errno == ENOENT ? "there is no such file" : "the file cannot be read";
         return nullptr;
     }
     struct stat status = {};
     if (::fstat(handle, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 0) {
         ::close(handle);
+        refusal = "it is no regular file";
         return nullptr;
     }
     const Content content = {static_cast<unsigned long long>(status.st_dev),
                              static_cast<unsigned long long>(status.st_ino),
                              static_cast<unsigned long long>(status.st_size)};
-    if (content.size > kMaxSize) {
+    if (content.size > limit) {
         ::close(handle);
+        refusal = "the file is " + std::to_string(content.size) + " bytes long, the limit is " +
+                  std::to_string(limit);
         return nullptr;
     }
     return std::unique_ptr<VaxoUploadFile>(new VaxoUploadFile(handle, content));

@@ -25,8 +25,10 @@ public:
     };
 
     // Null when the file cannot be read, is no regular file (a pipe would make the caller
-    // wait), or is longer than 16 MiB. Not handed on to programs that the process starts.
-    static std::unique_ptr<VaxoUploadFile> Open(const std::string& name);
+    // wait), or is longer than `limit` bytes; then `refusal` says so, and how long it may be. Not
+    // handed on to programs that the process starts.
+    static std::unique_ptr<VaxoUploadFile> Open(const std::string& name, unsigned long long limit,
+                                                std::string& refusal);
 
     ~VaxoUploadFile();
     VaxoUploadFile(const VaxoUploadFile&) = delete;

@@ -1,17 +1,26 @@
 #include "connection/VaxoUploadTransfer.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <array>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 
 namespace {
+
+// libcurl asks the server first whether it wants the body. One that does not know the question
+// costs a second, too much for a short file. (Later versions of libcurl have the same limit.)
+constexpr unsigned long long kUnaskedUpTo = 1024ULL * 1024;
 
 struct Attempt {
     const VaxoUploadFile& file;
     const std::function<bool()>& isOver;
     unsigned long long offset = 0;
     bool isCut = false;  // the file is shorter than promised
+    long unread = 0;     // status of an answer that was there and not read at the end, or 0
 };
 
 std::size_t ReadFile(char* buffer, std::size_t size, std::size_t count, void* context) {
@@ -40,6 +49,32 @@ std::size_t DropAnswer(char* /*bytes*/, std::size_t size, std::size_t count, voi
 int AskWhetherOver(void* context, curl_off_t /*toGet*/, curl_off_t /*got*/, curl_off_t /*toPut*/,
                    curl_off_t /*put*/) {
     return static_cast<Attempt*>(context)->isOver() ? 1 : 0;
+}
+
+// The status of the answer that `text` begins with, behind provisional ones; 0: there is none.
+long StatusOf(const std::string& text) {
+    std::size_t at = 0;
+    while (text.compare(at, 5, "HTTP/") == 0) {
+        const std::size_t blank = text.find(' ', at);
+        const std::size_t end = text.find("\r\n\r\n", at);
+        const long status =
+            blank == std::string::npos ? 0 : std::strtol(text.c_str() + blank, nullptr, 10);
+        if (status >= 200 || end == std::string::npos) {
+            return status;
+        }
+        at = end + 4;
+    }
+    return 0;
+}
+
+// A send that meets the server's reset ends the transfer, and whatever had come before the
+// reset is still in the socket.
+int CloseSocket(void* context, curl_socket_t handle) {
+    std::array<char, 1024> bytes;
+    const ssize_t got = ::recv(handle, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    static_cast<Attempt*>(context)->unread =
+        got > 0 ? StatusOf({bytes.data(), static_cast<std::size_t>(got)}) : 0;
+    return ::close(handle);
 }
 
 struct HandleEnd {
@@ -101,7 +136,9 @@ void SetPut(Options& options, Attempt& attempt) {
         .Set(CURLOPT_WRITEFUNCTION, &DropAnswer)
         .Set(CURLOPT_NOPROGRESS, 0L)
         .Set(CURLOPT_XFERINFOFUNCTION, &AskWhetherOver)
-        .Set(CURLOPT_XFERINFODATA, static_cast<void*>(&attempt));
+        .Set(CURLOPT_XFERINFODATA, static_cast<void*>(&attempt))
+        .Set(CURLOPT_CLOSESOCKETFUNCTION, &CloseSocket)
+        .Set(CURLOPT_CLOSESOCKETDATA, static_cast<void*>(&attempt));
 }
 
 VaxoTransferEnd EndOfAnswer(long status) {
@@ -109,6 +146,10 @@ VaxoTransferEnd EndOfAnswer(long status) {
         return VaxoTransferEnd::Done;
     }
     return status == 429 || status >= 500 ? VaxoTransferEnd::TryAgain : VaxoTransferEnd::Refused;
+}
+
+std::string TextOfAnswer(long status) {
+    return "answer " + std::to_string(status) + (status == 507 ? ": the server has no room" : "");
 }
 
 VaxoTransferEnd EndOfError(CURLcode code) {
@@ -133,6 +174,41 @@ VaxoTransferEnd EndOfError(CURLcode code) {
     }
 }
 
+// `isAsked`: the server may be asked before it gets the body. `status`: what it answered, or 0.
+VaxoTransferResult Transfer(const std::string& url, Attempt& attempt,
+                            const VaxoTransferTimes& times, bool isAsked, long& status) {
+    const std::unique_ptr<curl_slist, ListEnd> unasked(curl_slist_append(nullptr, "Expect:"));
+    const std::unique_ptr<CURL, HandleEnd> handle(curl_easy_init());
+    if (handle == nullptr || unasked == nullptr) {
+        return {VaxoTransferEnd::Refused, "no transfer to be had"};
+    }
+    Options options(handle.get());
+    options.Set(CURLOPT_URL, url.c_str());
+    if (!isAsked) {
+        options.Set(CURLOPT_HTTPHEADER, unasked.get());
+    }
+    SetSafety(options);
+    SetTimes(options, times);
+    SetPut(options, attempt);
+    if (!options.IsGood()) {
+        return {VaxoTransferEnd::Refused, "a transfer option was not taken"};
+    }
+    const CURLcode code = curl_easy_perform(handle.get());
+    if (attempt.isCut) {
+        return {VaxoTransferEnd::Refused, "the file was cut meanwhile"};
+    }
+    curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    if (status < 200) {
+        status = attempt.unread;
+    }
+    // A server that refuses may close before it has read the body: what it said counts.
+    const bool wasRefused = status >= 400 && EndOfError(code) == VaxoTransferEnd::TryAgain;
+    if (code == CURLE_OK || wasRefused) {
+        return {EndOfAnswer(status), TextOfAnswer(status)};
+    }
+    return {EndOfError(code), curl_easy_strerror(code)};
+}
+
 }  // namespace
 
 bool VaxoTransferReady() {
@@ -146,32 +222,14 @@ bool VaxoTransferReady() {
 VaxoTransferResult VaxoTransfer(const std::string& url, const VaxoUploadFile& file,
                                 const VaxoTransferTimes& times,
                                 const std::function<bool()>& isOver) {
-    // Without it the server would be asked first whether it wants the body, and a server
-    // that does not know the question costs a second.
-    const std::unique_ptr<curl_slist, ListEnd> headers(curl_slist_append(nullptr, "Expect:"));
-    const std::unique_ptr<CURL, HandleEnd> handle(curl_easy_init());
-    if (handle == nullptr || headers == nullptr) {
-        return {VaxoTransferEnd::Refused, "no transfer to be had"};
-    }
-    Attempt attempt{file, isOver};
-    Options options(handle.get());
-    options.Set(CURLOPT_URL, url.c_str()).Set(CURLOPT_HTTPHEADER, headers.get());
-    SetSafety(options);
-    SetTimes(options, times);
-    SetPut(options, attempt);
-    if (!options.IsGood()) {
-        return {VaxoTransferEnd::Refused, "a transfer option was not taken"};
-    }
-    const CURLcode code = curl_easy_perform(handle.get());
-    if (attempt.isCut) {
-        return {VaxoTransferEnd::Refused, "the file was cut meanwhile"};
-    }
+    const bool isAsked = file.Snapshot().size > kUnaskedUpTo;
     long status = 0;
-    curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
-    // A server that refuses may close before it has read the body: what it said counts.
-    const bool wasRefused = status >= 400 && EndOfError(code) == VaxoTransferEnd::TryAgain;
-    if (code == CURLE_OK || wasRefused) {
-        return {EndOfAnswer(status), "answer " + std::to_string(status)};
+    Attempt attempt{file, isOver};
+    VaxoTransferResult result = Transfer(url, attempt, times, isAsked, status);
+    if (!isAsked || status != 417) {
+        return result;
     }
-    return {EndOfError(code), curl_easy_strerror(code)};
+    // It does not take the question. (libcurl itself sees to that on kept connections only.)
+    Attempt plain{file, isOver};
+    return Transfer(url, plain, times, false, status);
 }

@@ -3,6 +3,11 @@
 // Blocking: for the upload thread. No redirect is followed, no other protocol than http and
 // https spoken, certificates are verified; the answer's body is thrown away. The address is
 // not in the result: its query is a secret.
+//
+// What the server answers is the result, also when it answers before it has read the body:
+// - A long body is offered first ("Expect: 100-continue"), and stays here when refused.
+// - A server that closes on a body that it has not read resets the connection. Its answer is
+//   taken from the socket all the same; not over https.
 #ifndef VAXO_VAXOUPLOADTRANSFER_H
 #define VAXO_VAXOUPLOADTRANSFER_H
 
@@ -21,14 +26,14 @@ struct VaxoTransferTimes {
 
 enum class VaxoTransferEnd {
     Done,      // answered with 2xx
-    TryAgain,  // no connection, no answer, 429 or 5xx: may go better later
+    TryAgain,  // no connection, no answer, 429 or 5xx (507: no room): may go better later
     Refused,   // another answer, a certificate that does not hold, a file cut meanwhile
     GaveUp     // `isOver` said so
 };
 
 struct VaxoTransferResult {
     VaxoTransferEnd end = VaxoTransferEnd::Refused;
-    std::string text;  // "answer 403", or what went wrong
+    std::string text;  // "answer 403", "answer 507: the server has no room", or what went wrong
 };
 
 // Once, before the first transfer; false when libcurl is of no use. Any thread.

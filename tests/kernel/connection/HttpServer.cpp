@@ -21,16 +21,31 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{30};
 
-// The value of the length header, 0 without one.
-std::size_t BodyLength(const std::string& head) {
+std::string Lower(const std::string& text) {
     std::string lower;
-    for (const char c : head) {
+    for (const char c : text) {
         lower += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
+    return lower;
+}
+
+// The value of the length header, 0 without one.
+std::size_t BodyLength(const std::string& lowerHead) {
     const std::string name = "\r\ncontent-length:";
-    const std::size_t at = lower.find(name);
-    return at == std::string::npos ? 0
-                                   : std::strtoul(lower.c_str() + at + name.size(), nullptr, 10);
+    const std::size_t at = lowerHead.find(name);
+    return at == std::string::npos
+               ? 0
+               : std::strtoul(lowerHead.c_str() + at + name.size(), nullptr, 10);
+}
+
+void Send(int connection, const std::string& text) {
+    static_cast<void>(::send(connection, text.data(), text.size(), MSG_NOSIGNAL));
+}
+
+// The next close sends a reset, and nothing that still waits.
+void ResetOnClose(int connection) {
+    const linger now = {1, 0};
+    EXPECT_EQ(::setsockopt(connection, SOL_SOCKET, SO_LINGER, &now, sizeof(now)), 0);
 }
 
 void SplitFirstLine(const std::string& head, Request& request) {
@@ -106,6 +121,11 @@ int HttpServer::MostAtOnce() {
     return m_mostOpen;
 }
 
+std::size_t HttpServer::Connections() {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_next;
+}
+
 void HttpServer::Run() {
     while (Readable(m_listener)) {
         const int connection = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
@@ -116,7 +136,11 @@ void HttpServer::Run() {
         m_mostOpen = std::max(m_mostOpen, ++m_open);
         const int answer = NextAnswer();
         m_threads.emplace_back([this, connection, answer] {
-            Serve(connection, answer);
+            if (answer == DieHalfway || answer <= Unread(0)) {
+                ServeInPart(connection, answer);
+            } else {
+                Serve(connection, answer);
+            }
             ::close(connection);
         });
     }
@@ -130,7 +154,7 @@ int HttpServer::NextAnswer() {
 
 void HttpServer::Serve(int connection, int answer) {
     Request request;
-    const bool isWhole = ReadRequest(connection, request);
+    const bool isWhole = ReadRequest(connection, request, 2);
     std::unique_lock<std::mutex> lock(m_lock);
     if (!isWhole) {
         --m_open;
@@ -151,6 +175,21 @@ void HttpServer::Serve(int connection, int answer) {
     }
 }
 
+void HttpServer::ServeInPart(int connection, int answer) {
+    const bool isHalf = answer == DieHalfway || answer <= HalfRead(0);
+    Request request;
+    const bool isRead = ReadRequest(connection, request, isHalf ? 1 : 0);
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        --m_open;
+    }
+    if (answer == DieHalfway) {
+        ResetOnClose(connection);
+    } else if (isRead) {
+        Reply(connection, (isHalf ? HalfRead(0) : Unread(0)) - answer);
+    }
+}
+
 void HttpServer::Reply(int connection, int status) const {
     std::string head =
         "HTTP/1.1 " + std::to_string(status == Redirect ? 302 : status) + " Told\r\n";
@@ -160,10 +199,10 @@ void HttpServer::Reply(int connection, int status) const {
     // A 204 has no body and says so by itself.
     head += status == 204 ? "Connection: close\r\n\r\n"
                           : "Content-Length: 5\r\nConnection: close\r\n\r\nbody\n";
-    static_cast<void>(::send(connection, head.data(), head.size(), MSG_NOSIGNAL));
+    Send(connection, head);
 }
 
-bool HttpServer::ReadRequest(int connection, Request& request) const {
+bool HttpServer::ReadRequest(int connection, Request& request, std::size_t halves) const {
     std::string all;
     std::size_t headEnd = std::string::npos;
     std::size_t wanted = 0;
@@ -175,9 +214,12 @@ bool HttpServer::ReadRequest(int connection, Request& request) const {
             return false;
         }
         all.append(buffer.data(), static_cast<std::size_t>(got));
-        if (headEnd == std::string::npos) {
-            headEnd = all.find("\r\n\r\n");
-            wanted = headEnd == std::string::npos ? 0 : headEnd + 4 + BodyLength(all);
+        if (headEnd == std::string::npos && (headEnd = all.find("\r\n\r\n")) != std::string::npos) {
+            const std::string head = Lower(all.substr(0, headEnd + 2));
+            wanted = headEnd + 4 + BodyLength(head) * halves / 2;
+            if (halves > 0 && head.find("\r\nexpect: 100-continue\r\n") != std::string::npos) {
+                Send(connection, "HTTP/1.1 100 Continue\r\n\r\n");
+            }
         }
     }
     SplitFirstLine(all, request);

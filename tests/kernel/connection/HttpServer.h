@@ -1,5 +1,7 @@
 // A small HTTP server on a loopback port, for tests of what sends to one: it records the
 // requests and answers them as told. Every connection brings one request and is closed.
+// A client that asks first whether its body is wanted is told to send it, unless the
+// answer comes before the body.
 //
 // Any thread may call it. Destroying it closes all connections and ends its threads.
 #ifndef VAXO_TESTS_CONNECTION_HTTPSERVER_H
@@ -25,8 +27,19 @@ enum : int {
     CloseAtOnce = -1,   // reads the request and closes the connection
     NeverAnswer = -2,   // reads the request and keeps silent
     AfterRelease = -3,  // reads the request, answers 201 when Release has been called
-    Redirect = -4       // 302 to another path of this server
+    Redirect = -4,      // 302 to another path of this server
+    DieHalfway = -5     // reads half of the body, resets the connection
 };
+
+// Answers with a status (below 1000) without having read the body, or with half of it read,
+// and closes. What the client has sent and nobody read makes the system reset the connection
+// behind the answer.
+constexpr int Unread(int status) {
+    return -1000 - status;
+}
+constexpr int HalfRead(int status) {
+    return -2000 - status;
+}
 
 class HttpServer {
 public:
@@ -43,15 +56,19 @@ public:
     void Accept();
     void Release();
 
-    // Waits for that many requests, half a minute at most; then those there are.
+    // Waits for that many whole requests, half a minute at most; then those there are.
     std::vector<Request> Requests(std::size_t count);
     // The most connections that were unanswered at one time.
     int MostAtOnce();
+    // How many connections came, also those whose request was not read to its end.
+    std::size_t Connections();
 
 private:
     void Run();
     void Serve(int connection, int answer);
-    bool ReadRequest(int connection, Request& request) const;
+    void ServeInPart(int connection, int answer);
+    // Reads the head and that share of the body, in halves: 0, 1 or 2.
+    bool ReadRequest(int connection, Request& request, std::size_t halves) const;
     // False when the server ends.
     bool Readable(int handle) const;
     int NextAnswer();
