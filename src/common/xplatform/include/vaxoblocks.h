@@ -38,12 +38,14 @@ constexpr unsigned kBatchesKept = 128;
 // Never null: throws std::bad_alloc.
 void* block_take(std::size_t size);
 // `size`: as it was asked for.
-void block_give(void* block, std::size_t size) noexcept;
+void block_give(void* memory, std::size_t size) noexcept;
 
 // A base whose derived objects live in blocks; the outermost class is T. Objects that are
 // deleted through a base need a virtual destructor there, as always.
 template <class T>
 struct block_made {
+    // The delete that takes the size is its counterpart; the check knows the other one alone.
+    // NOLINTNEXTLINE(misc-new-delete-overloads)
     static void* operator new(std::size_t size) {
         static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__, "blocks are not aligned so");
         return block_take(size);

@@ -11,7 +11,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -168,9 +167,7 @@ unsigned CallsOnThisThread(const Registration* pRegistration) {
 
 // Three searches, each as fast as memory: most lines have none of them.
 bool HasLineEnd(const std::string& line) {
-    const auto has = [&line](char character) {
-        return std::memchr(line.data(), character, line.size()) != nullptr;
-    };
+    const auto has = [&line](char character) { return line.find(character) != std::string::npos; };
     return has('\n') || has('\r') || has('\0');
 }
 
