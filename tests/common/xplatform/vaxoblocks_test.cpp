@@ -147,8 +147,17 @@ TEST(VaxoBlocks, ASharedObjectMayLiveInABlock) {
     EXPECT_EQ(*number, 7);
 }
 
-// Also one whose parent had another thread in the middle of it.
+// Also one whose parent had another thread in the middle of it. The address sanitizer's allocator
+// is not ready for that: its child waits for ever in the first allocation.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VAXO_FORK_MAY_HANG
+#endif
+#endif
 TEST(VaxoBlocks, AForkedChildTakesAndGives) {
+#ifdef VAXO_FORK_MAY_HANG
+    GTEST_SKIP() << "the address sanitizer's allocator does not survive such a fork";
+#endif
     bool isOver = false;
     std::mutex lock;
     std::thread other([&] {
