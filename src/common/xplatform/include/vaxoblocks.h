@@ -1,7 +1,7 @@
 // Memory for small objects that one thread makes and another one destroys, as a queued call is.
 //
 // A general allocator takes such a block back slowly: it belongs to the arena of the thread that
-// asked for it. Here the destroying thread keeps it, and hands a whole batch back under one lock
+// asked for it. Here the destroying thread keeps it, and puts whole batches into a common store
 // for those who make.
 //
 //     struct Node : vaxo::block_made<Node> { ... };   // new and delete use the blocks
@@ -11,8 +11,7 @@
 // - Nobody waits: where the common store is in use by another thread, and in a forked child whose
 //   parent's thread was using it, the block comes from, or goes to, operator new and delete.
 // - What is kept is bounded: kBlocksKeptByThread blocks a thread and size, which its end hands
-// back,
-//   and kBatchesKept batches a size for the whole process, for as long as it lives.
+//   back, and kBatchesKept batches a size for the whole process, for as long as it lives.
 // - What the giving thread did before is visible to the taking one (the store's flag: released
 //   by who puts in, acquired by who takes out).
 //
