@@ -98,8 +98,8 @@ TEST(LivePublish, IsReadOverRtmpAndHlsWithTheSizeAndRateAskedFor) {
             ++pictures;
         }
     }
-    // A busy machine may lose many.
-    EXPECT_GT((pictures - 1) / (last - first), 4);
+    // A busy machine may lose some.
+    EXPECT_GT((pictures - 1) / (last - first), 12);
     EXPECT_LT((pictures - 1) / (last - first), 21.5);
 
     json hls;
