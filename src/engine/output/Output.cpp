@@ -11,6 +11,7 @@
 
 #include "engine/base/EngineLoop.h"
 #include "engine/base/GstRef.h"
+#include "engine/base/ServerWay.h"
 #include "engine/output/SendBacklog.h"
 #include "vaxolog.h"
 
@@ -125,6 +126,7 @@ struct Output::Impl : std::enable_shared_from_this<Impl> {
     std::atomic<unsigned long long> bytes{0};
     bool flowing = false;
     std::unique_ptr<SendBacklog> backlog;
+    std::unique_ptr<ServerWay> way;
 
     static GstPadProbeReturn AtSink(GstPad* pad, GstPadProbeInfo* info, gpointer impl);
     bool Start();
@@ -174,6 +176,7 @@ bool Output::Impl::Start() {
     const GstRef<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
     // The pipeline is stopped before this object goes, so the probe may know it plainly.
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, AtSink, this, nullptr);
+    way = std::make_unique<ServerWay>(pipeline.get(), sink.get());
     guint port = 0;
     g_object_get(sink.get(), "port", &port, nullptr);
     backlog = std::make_unique<SendBacklog>(static_cast<unsigned short>(port));

@@ -15,6 +15,7 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 constexpr const char* kTag = "Engine";
+constexpr const char* kTook = "took";  // milliseconds, of kConnectedNews
 
 // The sink that paces and counts does not wait for a first picture (async): sound may come
 // alone. The decoder's threads would each hold a picture back. The window hangs behind the
@@ -77,6 +78,11 @@ bool Player::Impl::Start() {
         g_clear_error(&error);
         return false;
     }
+    way = std::make_unique<ServerWay>(
+        pipeline.get(), source.get(), [element = pipeline.get()](milliseconds took) {
+            TellEngine(element, gst_structure_new(kConnectedNews, kTook, G_TYPE_INT,
+                                                  static_cast<int>(took.count()), nullptr));
+        });
     baseTime = gst_clock_get_time(clock.get());
     gst_element_set_start_time(pipeline.get(), GST_CLOCK_TIME_NONE);
     gst_element_set_base_time(pipeline.get(), baseTime);
@@ -121,6 +127,7 @@ void Player::Impl::Leave() {
 // Ends the streaming threads; nothing of this is called afterwards.
 void Player::Impl::Stop() {
     finished = true;
+    way.reset();
     bus.reset();
     limit.Stop();
     measuring.Stop();
@@ -135,12 +142,13 @@ void Player::Impl::Stop() {
 void Player::Impl::OnMessage(GstMessage* message) {
     const bool isNews = GST_MESSAGE_TYPE(message) == GST_MESSAGE_APPLICATION;
     const bool isError = GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR;
-    if (isNews || isError) {
+    const auto isNamed = [message](const char* name) {
+        return gst_structure_has_name(gst_message_get_structure(message), name) != FALSE;
+    };
+    if (isError || (isNews && !isNamed(kConnectedNews))) {
         connecting = false;
     }
-    closing =
-        closing || isError ||
-        (isNews && gst_structure_has_name(gst_message_get_structure(message), kEndNews) != FALSE);
+    closing = closing || isError || (isNews && isNamed(kEndNews));
     if (left && !connecting) {
         Leave();
     } else if (!finished && isError) {
@@ -169,7 +177,9 @@ void Player::Impl::OnNews(const GstStructure* news) {
     const auto isNamed = [news](const char* name) {
         return gst_structure_has_name(news, name) != FALSE;
     };
-    if (isNamed(kSizeNews)) {
+    if (isNamed(kConnectedNews)) {
+        OnConnected(news);
+    } else if (isNamed(kSizeNews)) {
         OnSize(news);
     } else if (isNamed(kPictureNews)) {
         OnPlaying();
@@ -188,6 +198,14 @@ void Player::Impl::OnEnd() {
         Finish(&PlayerCallbacks::failed, std::string("the server does not answer"));
     } else {
         Finish(&PlayerCallbacks::ended);
+    }
+}
+
+void Player::Impl::OnConnected(const GstStructure* news) const {
+    int took = 0;
+    gst_structure_get_int(news, kTook, &took);
+    if (callbacks.connected) {
+        callbacks.connected(milliseconds(took));
     }
 }
 
@@ -270,6 +288,11 @@ Player::Player(const std::string& signedAddress, const std::string& audioOutput,
 
 Player::~Player() {
     m_impl->Leave();
+}
+
+void Player::Prepare() {
+    const GstRef<GstElement> unused = MakePipeline(kPipeline);
+    Sound::Prepare();
 }
 
 bool Player::Start() {

@@ -4,6 +4,7 @@
 #ifndef VAXO_ENGINE_PLAYER_PLAYER_H
 #define VAXO_ENGINE_PLAYER_PLAYER_H
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +17,9 @@
 namespace vaxoengine {
 
 struct PlayerCallbacks {
+    // The connection to the server was made, which took so long: one way there and back. The
+    // server has not been greeted yet. May come again when another of this process is made.
+    std::function<void(std::chrono::milliseconds took)> connected;
     std::function<void()> playing;  // first picture (or, without pictures, first sound) shown; once
     std::function<void(int width, int height)> size;  // before `playing`, and on a change
     // The stream has been coming more than a second late for two seconds, and stays so: the way
@@ -42,6 +46,10 @@ public:
     ~Player();
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
+
+    // Loads the parts of which players are made, which the first player of a process would
+    // otherwise wait for (some 60 ms). Any thread.
+    static void Prepare();
 
     // False when it is no address of a stream, or the pipeline cannot be built: then there are
     // no callbacks.

@@ -11,6 +11,7 @@
 
 #include "engine/base/EngineLoop.h"
 #include "engine/base/GstRef.h"
+#include "engine/base/ServerWay.h"
 #include "engine/player/LivePacer.h"
 #include "engine/player/Player.h"
 #include "engine/player/ShownPictures.h"
@@ -23,6 +24,7 @@ namespace vaxoengine {
 constexpr const char* kSizeNews = "vaxo-size";
 constexpr const char* kPictureNews = "vaxo-picture";
 constexpr const char* kSoundNews = "vaxo-sound";
+constexpr const char* kConnectedNews = "vaxo-connected";
 constexpr const char* kReceivedNews = "vaxo-received";
 constexpr const char* kEndNews = "vaxo-end";
 constexpr const char* kUnknownNews = "vaxo-unknown-video";
@@ -43,6 +45,7 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     void OnError(GstMessage* message);
     void OnNews(const GstStructure* news);
     void OnEnd();
+    void OnConnected(const GstStructure* news) const;
     void OnSize(const GstStructure* news) const;
     void OnFirstSound();
     void OnPlaying();
@@ -75,6 +78,7 @@ struct Player::Impl : std::enable_shared_from_this<Player::Impl> {
     std::unique_ptr<Sound> sound;
     std::unique_ptr<ViewBranch> view;
     std::unique_ptr<BusWatch> bus;
+    std::unique_ptr<ServerWay> way;
     EngineTimer limit;
     EngineTimer measuring;
     std::deque<Measured> measured;

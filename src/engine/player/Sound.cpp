@@ -63,6 +63,10 @@ Sound::~Sound() {
     Stop();
 }
 
+void Sound::Prepare() {
+    const GstRef<GstElement> unused = MakePipeline(std::string(kDecoder) + kSilentSink);
+}
+
 void Sound::Start(GstClockTime baseTime) {
     m_baseTime = baseTime;
     if (!Play(SinkOf(m_device))) {

@@ -25,6 +25,8 @@ public:
     Sound(const Sound&) = delete;
     Sound& operator=(const Sound&) = delete;
 
+    static void Prepare();  // see Player::Prepare
+
     // `baseTime`: of the pipeline that the times of the pieces are measured in.
     void Start(GstClockTime baseTime);
     void Enable(bool enable);

@@ -136,6 +136,10 @@ void LiveCore::Enter(const Member& member) {
     ChannelObserver* const observer = this;
     m_channel = std::make_unique<ChannelService>(std::move(config), observer);
     m_channel->Enter();
+    // While the channel answers, for it takes a while.
+    if (!std::exchange(m_prepared, true)) {
+        EngineLoop::Shared().Post(&Player::Prepare);
+    }
 }
 
 void LiveCore::Leave() {

@@ -82,6 +82,7 @@ private:
     bool m_entering = false;  // an entry waits for its answer
     bool m_leaving = false;   // a leave does
     bool m_inside = false;
+    bool m_prepared = false;  // the parts of players are loaded
     std::shared_ptr<void> m_kept;
     Capture m_capture;
     KeyFrameGate m_keyFrames{[this] { m_capture.ForceKeyFrame(); }};

@@ -1,6 +1,5 @@
 #include "engine/show/Play.h"
 
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -13,11 +12,21 @@ namespace {
 
 constexpr const char* kTag = "Play";
 
+using std::chrono::milliseconds;
+
 // The server begins a viewer's stream with the next key frame after it has taken the viewer
-// in, which takes some round trips: a key frame asked for too early is of no use. After the
+// in: a key frame that comes before is of no use. From the connection on that is three and a
+// half ways there and back, and a reply that the server holds for the 40 ms that an
+// acknowledgement may take. The request takes one and a half through the channel, the
+// publisher and the media server, and some 20 ms for the next picture. The difference, and
+// some more:
+constexpr milliseconds TakenIn(milliseconds way) {
+    return 2 * way + milliseconds(50);
+}
+// And again, should that have been too early, or the connection not be told of. After the
 // last of these a regular key frame is due.
-constexpr std::array<std::chrono::milliseconds, 3> kKeyFrameAsked = {
-    std::chrono::milliseconds(80), std::chrono::milliseconds(420), std::chrono::milliseconds(420)};
+constexpr milliseconds kKeyFrameAgain{420};
+constexpr int kKeyFrameAsked = 3;
 
 }  // namespace
 
@@ -74,6 +83,7 @@ void Play::Connect() {
         return;
     }
     PlayerCallbacks callbacks;
+    callbacks.connected = [this](milliseconds took) { OnConnected(took); };
     callbacks.playing = [this] { OnPlaying(); };
     callbacks.size = [this](int width, int height) { m_host.size(m_streamID, width, height); };
     callbacks.behind = [this] { OnBehind(); };
@@ -89,14 +99,21 @@ void Play::Connect() {
         End(Mediq::FatalError);
         return;
     }
-    AskForKeyFrame(0);
+    AskForKeyFrame(kKeyFrameAgain, kKeyFrameAsked);
 }
 
-void Play::AskForKeyFrame(std::size_t attempt) {
-    if (attempt < kKeyFrameAsked.size()) {
-        m_asking.Once(kKeyFrameAsked[attempt], [this, attempt] {
+// Told again when another play connects to the same server: then it is only asked later.
+void Play::OnConnected(milliseconds took) {
+    if (m_asking.Running()) {
+        AskForKeyFrame(TakenIn(took), kKeyFrameAsked);
+    }
+}
+
+void Play::AskForKeyFrame(milliseconds wait, int times) {
+    if (times > 0) {
+        m_asking.Once(wait, [this, times] {
             m_host.begins(m_streamID);
-            AskForKeyFrame(attempt + 1);
+            AskForKeyFrame(kKeyFrameAgain, times - 1);
         });
     }
 }

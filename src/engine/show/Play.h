@@ -2,7 +2,7 @@
 #ifndef VAXO_ENGINE_SHOW_PLAY_H
 #define VAXO_ENGINE_SHOW_PLAY_H
 
-#include <cstddef>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -64,7 +64,8 @@ private:
     enum class State { Starting, Live, Lost, Broken };
 
     void Connect();
-    void AskForKeyFrame(std::size_t attempt);
+    void OnConnected(std::chrono::milliseconds took);
+    void AskForKeyFrame(std::chrono::milliseconds wait, int times);
     void OnPlaying();
     void OnNone(Mediq::VaxoAVState state, const std::string& reason);
     void OnRefused(const std::string& reason);
