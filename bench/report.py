@@ -1,7 +1,8 @@
 """The figures of script/bench as one Markdown page.
 
 A case is (topic, case); its figures are {who: {"time": nanoseconds, counters...}}, where who is
-"vaxo" or a peer.
+"vaxo" or a peer. The time is the median of single operations where they were timed singly,
+else the mean of many.
 """
 import re
 
@@ -33,8 +34,8 @@ def read_cases(output):
         parts = [p for p in run.get("run_name", run["name"]).split("/") if not ADDED.search(p)]
         topic, case, who = parts[0], "/".join(parts[1:-1]), parts[-1]
         time = run["real_time"] * UNITS[run["time_unit"]]
-        figures = {"time": run.get("ns_per_job", time)}
-        figures.update({name: run[name] for name in ("p50", "p99") if name in run})
+        figures = {"time": run.get("p50", run.get("ns_per_job", time))}
+        figures.update({name: run[name] for name in ("p99",) if name in run})
         cases.setdefault((topic, case), {})[who] = figures
     return cases
 
