@@ -167,7 +167,9 @@ unsigned CallsOnThisThread(const Registration* pRegistration) {
 
 // Three searches, each as fast as memory: most lines have none of them.
 bool HasLineEnd(const std::string& line) {
-    const auto has = [&line](char character) { return line.find(character) != std::string::npos; };
+    const auto has = [&line](char character) {
+        return std::char_traits<char>::find(line.data(), line.size(), character) != nullptr;
+    };
     return has('\n') || has('\r') || has('\0');
 }
 
@@ -208,9 +210,10 @@ bool Format(std::string& text, const char* format, va_list args) {
 }
 
 void AppendNumber(std::string& text, int32 number) {
-    std::array<char, 12> digits{};  // 32 bits need 10 and a sign
+    std::array<char, 12> digits;  // 32 bits need 10 and a sign
     char* const begin = digits.data();
-    text.append(begin, std::to_chars(begin, begin + digits.size(), number).ptr);
+    const char* const end = std::to_chars(begin, begin + digits.size(), number).ptr;
+    text.append(begin, static_cast<std::size_t>(end - begin));
 }
 
 // As above, for the file.
@@ -219,9 +222,10 @@ bool FormatForFile(std::string& text, int32 level, const char* tag, int32 line, 
     try {
         text.reserve(kUsualLine);
         AppendNumber(text, level);
-        text.append(" ").append(tag).append(":");
+        text.push_back(' ');
+        text.append(tag).push_back(':');
         AppendNumber(text, line);
-        text.append(" ");
+        text.push_back(' ');
         vaxo::format_append(text, format, args);
         EscapeLineEnds(text);
         return true;
