@@ -63,6 +63,19 @@ def ratio(whos, figure="time", peer=None):
     return whos["vaxo"][figure] / min(others.values())
 
 
+def in_order(cases):
+    """By topic as TITLES has them, then by name, numbers as numbers: cases are run shuffled."""
+    topics = list(TITLES)
+
+    def key(item):
+        topic, case = item[0]
+        parts = re.split(r"(\d+)", case)
+        return (topics.index(topic) if topic in topics else len(topics), parts[::2],
+                [int(number) for number in parts[1::2]])
+
+    return dict(sorted(cases.items(), key=key))
+
+
 def tables(cases):
     lines = []
     for topic in dict.fromkeys(topic for topic, _ in cases):
@@ -141,6 +154,7 @@ def memory_lines(memory):
 
 
 def write(cases, memory, load):
+    cases = in_order(cases)
     lines = [*tables(cases), *memory_lines(memory)]
     wanted = aims(cases)
     if wanted:
