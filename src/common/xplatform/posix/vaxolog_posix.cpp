@@ -27,7 +27,7 @@ vaxo::strutf8 g_strLogFileName__;
 
 namespace {
 
-// Most lines fit, prefix included, so that they cost one allocation.
+// Most lines fit, so that they cost one allocation.
 constexpr std::size_t kUsualLine = 240;
 
 std::atomic<int32> g_level{esyslog_generic};
@@ -165,39 +165,6 @@ unsigned CallsOnThisThread(const Registration* pRegistration) {
     return calls;
 }
 
-// Three searches, each as fast as memory: most lines have none of them.
-bool HasLineEnd(const std::string& line) {
-    const auto has = [&line](char character) {
-        return std::char_traits<char>::find(line.data(), line.size(), character) != nullptr;
-    };
-    return has('\n') || has('\r') || has('\0');
-}
-
-void EscapeLineEnds(std::string& line) {
-    if (!HasLineEnd(line)) {
-        return;
-    }
-    std::string escaped;
-    escaped.reserve(line.size() + kUsualLine);
-    for (const char character : line) {
-        switch (character) {
-            case '\r':
-                escaped += "\\r";
-                break;
-            case '\n':
-                escaped += "\\n";
-                break;
-            case '\0':
-                escaped += "\\0";
-                break;
-            default:
-                escaped += character;
-                break;
-        }
-    }
-    line = std::move(escaped);
-}
-
 // False when memory runs out; the line is dropped then.
 bool Format(std::string& text, const char* format, va_list args) {
     try {
@@ -216,18 +183,13 @@ void AppendNumber(std::string& text, int32 number) {
     text.append(begin, static_cast<std::size_t>(end - begin));
 }
 
-// As above, for the file.
-bool FormatForFile(std::string& text, int32 level, const char* tag, int32 line, const char* format,
-                   va_list args) {
+// As above, for the file: the level first.
+bool FormatForFile(std::string& text, int32 level, const char* format, va_list args) {
     try {
         text.reserve(kUsualLine);
         AppendNumber(text, level);
         text.push_back(' ');
-        text.append(tag).push_back(':');
-        AppendNumber(text, line);
-        text.push_back(' ');
         vaxo::format_append(text, format, args);
-        EscapeLineEnds(text);
         return true;
     } catch (const std::exception&) {
         return false;
@@ -248,8 +210,8 @@ void WriteLine(int32 level, const char* tag, int32 line, const char* format, va_
         }
     }
     CVAXOLogFile& file = TheLog().file;
-    if (file.IsOpen() && FormatForFile(text, level, tag, line, format, args)) {
-        file.Write(text);
+    if (file.IsOpen() && FormatForFile(text, level, format, args)) {
+        file.Write(tag, line, text);
     }
 }
 

@@ -37,9 +37,10 @@ public:
     // everything, `name` included, as it was.
     int32 Open(const char* path, vaxo::strutf8& name) noexcept;
 
-    // Writes the time, the calling thread's id, `line` and a line end. The line
-    // itself contains no line end.
-    void Write(std::string_view line) noexcept;
+    // Writes the time, the calling thread's id, the level, "tag:line", the text and a line end.
+    // `text` begins with the level and a blank. Line ends and zero characters in tag and text are
+    // written as "\r", "\n" and "\0". What can be put together later is, by the log's thread.
+    void Write(std::string_view tag, int32 line, std::string_view text) noexcept;
 
     // Returns when the lines written before are in the file.
     void Flush() noexcept;
