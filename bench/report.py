@@ -11,6 +11,7 @@ ADDED = re.compile(r"^(iterations|repeats|min_time|min_warmup_time|threads):|"
 UNITS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 TITLES = {
     "PostAndRun": "Posting a job and running it, ns a job",
+    "SharedWord": "Adding one to a word, alone and while the other processor does, ns",
     "Post": "Posting a job: the caller's share, ns",
     "RoundTrip": "A round trip to a worker, ns",
     "Call": "A call on the proxy: the caller's share, ns",

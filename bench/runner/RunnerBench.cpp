@@ -15,6 +15,7 @@
 #include "runner/Placement.h"
 #include "runner/PostAndRun.h"
 #include "runner/RoundTrip.h"
+#include "runner/SharedWord.h"
 #include "runner/TbbPeer.h"
 #include "runner/VaxoPeer.h"
 
@@ -44,6 +45,10 @@ template <class... Peers>
 void RegisterAll() {
     for (const std::size_t producers : {1U, 2U, 4U}) {
         (RegisterPostAndRun<Peers>(producers), ...);
+    }
+    for (const bool shared : {false, true}) {
+        const std::string name = shared ? "SharedWord/shared/word" : "SharedWord/alone/word";
+        benchmark::RegisterBenchmark(name.c_str(), &SharedWord, shared);
     }
     (RegisterSampled(std::string("Post/asleep/") + Peers::kName, &PostAsleep<Peers>), ...);
     (RegisterSampled(std::string("Post/busy/") + Peers::kName, &PostBusy<Peers>), ...);
