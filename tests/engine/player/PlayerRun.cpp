@@ -34,6 +34,7 @@ PlayerRun::~PlayerRun() {
 
 PlayerCallbacks PlayerRun::Callbacks() {
     PlayerCallbacks callbacks;
+    callbacks.connected = [this](std::chrono::milliseconds) { m_connected = true; };
     callbacks.playing = [this] { Note("playing"); };
     callbacks.size = [this](int width, int height) {
         Note("size " + std::to_string(width) + "x" + std::to_string(height));

@@ -2,6 +2,7 @@
 #ifndef VAXO_TESTS_ENGINE_PLAYERRUN_H
 #define VAXO_TESTS_ENGINE_PLAYERRUN_H
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -36,6 +37,7 @@ public:
     vaxoengine::Player::Stats Stats();
     bool Snapshot(vaxoengine::Snapshot& out);
     bool Started() const { return m_started; }
+    bool Connected() const { return m_connected; }
 
 private:
     void Note(const std::string& event, const std::string& reason = "");
@@ -48,6 +50,7 @@ private:
     std::string m_destroyOn;
     std::unique_ptr<vaxoengine::Player> m_player;
     bool m_started = false;
+    std::atomic<bool> m_connected{false};
 };
 
 // Addresses of a stream of application 42 at the shared servers.

@@ -62,6 +62,7 @@ TEST(Player, ShowsPicturesOfAStreamAndTellsTheirSizeFirst) {
     const Stream stream("shows");
     PlayerRun run(PlayAddress("shows"));
     ASSERT_TRUE(run.Waits("playing")) << run.Reason();
+    EXPECT_TRUE(run.Connected());
     const std::vector<string> events = run.Events();
     ASSERT_GE(events.size(), 2U);
     EXPECT_EQ(events[0], "size 320x180");
