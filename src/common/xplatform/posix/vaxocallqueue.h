@@ -42,15 +42,12 @@
 #define VAXO_VAXOCALLQUEUE_H
 
 #include <atomic>
-#include <cstddef>
 #include <memory>
 
 #include "vaxoblocks.h"
+#include "vaxocacheline.h"
 #include "vaxoevent.h"
 #include "vaxotask.h"
-
-// Bytes that processors hand to one another at once; more on some, where it costs a little.
-constexpr std::size_t vaxo_cache_line = 64;
 
 class CVAXOCallQueue {
 public:

@@ -4,10 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <ctime>
 #include <new>
 #include <string>
 #include <utility>
@@ -19,11 +16,11 @@
 #define SPDLOG_PREVENT_CHILD_FD
 
 #include "spdlog/async_logger.h"
-#include "spdlog/details/fmt_helper.h"
 #include "spdlog/details/os.h"
 #include "spdlog/details/thread_pool.h"
-#include "spdlog/formatter.h"
 #include "spdlog/sinks/rotating_file_sink.h"
+#include "vaxocacheline.h"
+#include "vaxologline.h"
 #include "vaxosignals.h"
 #include "vaxothread.h"
 
@@ -44,115 +41,9 @@ constexpr std::size_t kQueuedLines = 1024;
 // What is given to the system in one go while further lines wait.
 constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
 
-// Bytes that processors hand to one another at once; more on some, where it costs a little.
-constexpr std::size_t kCacheLine = 64;
-
 // How long lines are dropped before a file that was taken away is tried again:
 // a try costs tens of milliseconds.
 constexpr std::chrono::seconds kRetryAfter{1};
-
-bool HasAny(const char* begin, std::size_t size, char character) {
-    return std::memchr(begin, character, size) != nullptr;
-}
-
-// "2026-11-22 17:05:09.000123 4711 3 Tag:12 text": local time, microseconds, thread, then what
-// Write is given, of which the message has the tag as its name and the line in its source. The
-// library's formatter of patterns takes the text apart for each line, which was a quarter of what
-// a line cost; this keeps the text of the second.
-class LineFormatter final : public spdlog::formatter {
-public:
-    void format(const spdlog::details::log_msg& msg, spdlog::memory_buf_t& dest) override {
-        namespace helper = spdlog::details::fmt_helper;
-        FormatTime(msg, dest);
-        const std::size_t begin = dest.size();
-        const std::string_view text(msg.payload.data(), msg.payload.size());
-        const std::size_t blank = text.find(' ') + 1;  // behind the level
-        dest.append(text.data(), text.data() + blank);
-        helper::append_string_view(msg.logger_name, dest);
-        dest.push_back(':');
-        helper::append_int(msg.source.line, dest);
-        dest.push_back(' ');
-        dest.append(text.data() + blank, text.data() + text.size());
-        EscapeFrom(begin, dest);
-        dest.push_back('\n');
-    }
-
-    std::unique_ptr<spdlog::formatter> clone() const override {
-        return std::make_unique<LineFormatter>();
-    }
-
-private:
-    void FormatTime(const spdlog::details::log_msg& msg, spdlog::memory_buf_t& dest) {
-        namespace helper = spdlog::details::fmt_helper;
-        using std::chrono::microseconds;
-        using std::chrono::seconds;
-        const auto sinceEpoch = msg.time.time_since_epoch();
-        const auto second = std::chrono::duration_cast<seconds>(sinceEpoch);
-        if (second != m_second || m_text.size() == 0) {
-            Begin(second);
-        }
-        dest.append(m_text.data(), m_text.data() + m_text.size());
-        const auto micros = std::chrono::duration_cast<microseconds>(sinceEpoch - second);
-        helper::pad6(static_cast<std::uint32_t>(micros.count()), dest);
-        dest.push_back(' ');
-        helper::append_int(msg.thread_id, dest);
-        dest.push_back(' ');
-    }
-
-    // Three searches, each as fast as memory: most lines have none of them.
-    static void EscapeFrom(std::size_t begin, spdlog::memory_buf_t& dest) {
-        const char* const line = dest.data() + begin;
-        const std::size_t size = dest.size() - begin;
-        if (!HasAny(line, size, '\n') && !HasAny(line, size, '\r') && !HasAny(line, size, '\0')) {
-            return;
-        }
-        const std::string raw(line, size);
-        dest.resize(begin);
-        for (const char character : raw) {
-            const char letter = Letter(character);
-            if (letter != '\0') {
-                dest.push_back('\\');
-            }
-            dest.push_back(letter != '\0' ? letter : character);
-        }
-    }
-
-    // What stands for a character behind a backslash; 0: it stands for itself.
-    static char Letter(char character) {
-        switch (character) {
-            case '\r':
-                return 'r';
-            case '\n':
-                return 'n';
-            case '\0':
-                return '0';
-            default:
-                return '\0';
-        }
-    }
-
-    void Begin(std::chrono::seconds second) {
-        namespace helper = spdlog::details::fmt_helper;
-        const std::tm time = spdlog::details::os::localtime(std::time_t{second.count()});
-        m_text.clear();
-        helper::append_int(time.tm_year + 1900, m_text);
-        m_text.push_back('-');
-        helper::pad2(time.tm_mon + 1, m_text);
-        m_text.push_back('-');
-        helper::pad2(time.tm_mday, m_text);
-        m_text.push_back(' ');
-        helper::pad2(time.tm_hour, m_text);
-        m_text.push_back(':');
-        helper::pad2(time.tm_min, m_text);
-        m_text.push_back(':');
-        helper::pad2(time.tm_sec, m_text);
-        m_text.push_back('.');
-        m_second = second;
-    }
-
-    std::chrono::seconds m_second{0};
-    spdlog::memory_buf_t m_text;
-};
 
 // The end of the road: writes lines to the rotating file and counts flushes.
 //
@@ -260,13 +151,13 @@ private:
         events.after_close = [this](const std::string&) { m_isOpen = false; };
         m_pFile =
             std::make_unique<RotatingFile>(m_path, kMaxFileBytes, kFormerFiles, false, events);
-        m_pFile->set_formatter(std::make_unique<LineFormatter>());
+        m_pFile->set_formatter(std::make_unique<CVAXOLogLine>());
     }
 
     // Logging threads write the first, the queue's thread all others: apart, so that they do not
     // hand the same bytes to and fro for every line.
-    alignas(kCacheLine) std::atomic<uint64> m_announced{0};
-    alignas(kCacheLine) std::mutex m_lock;
+    alignas(vaxo_cache_line) std::atomic<uint64> m_announced{0};
+    alignas(vaxo_cache_line) std::mutex m_lock;
     std::condition_variable m_flushed;
     uint64 m_flushes = 0;
     uint64 m_logged = 0;
