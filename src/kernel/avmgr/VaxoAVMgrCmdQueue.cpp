@@ -71,16 +71,21 @@ VaxoAVMgrCmdJoinResult CVaxoAVMgrCmdQueue::AddCmd(std::shared_ptr<VaxoAVMgrCmd> 
             if (removed.Add(former) != 0) {
                 throw std::bad_alloc();  // it still waits, and nobody was told otherwise
             }
+            m_watch.Removed(*former, *cmd);
             if (m_pCB != nullptr) {
                 m_pCB->OnCmdRemoved(former);
             }
             it = m_CmdQueue.erase(it);
         } else {
+            if (result == CmdJoin_InvalidateLater) {
+                m_watch.Refused(*cmd, *former);
+            }
             ++it;
         }
     }
 
     if (result != CmdJoin_InvalidateLater) {
+        m_watch.Added(*cmd);
         m_CmdQueue.Add(cmd);
         syslog(esyslog_generic, s_tag, __LINE__, ">> added %s(%llu/%s), queue size: %d",
                cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(),
@@ -126,6 +131,7 @@ void CVaxoAVMgrCmdQueue::StartCmdExecuteInner() {
                 syslog(esyslog_generic, s_tag, __LINE__, "> executed %s(%llu/%s)",
                        cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str());
             }
+            m_watch.Ran(*cmd);
             continue;
         }
         // Stored before it runs: its completion may come before Execute returns.
@@ -134,6 +140,7 @@ void CVaxoAVMgrCmdQueue::StartCmdExecuteInner() {
             syslog(esyslog_generic, s_tag, __LINE__, "> executed %s, waiting for result",
                    cmd->GetDescription());
         }
+        m_watch.Ran(*cmd);
         break;
     }
     m_lockFlag.Unlock();
@@ -146,6 +153,7 @@ std::shared_ptr<VaxoAVMgrCmd> CVaxoAVMgrCmdQueue::PopCmd() {
     }
     std::shared_ptr<VaxoAVMgrCmd> cmd = std::move(m_CmdQueue.front());
     m_CmdQueue.erase(m_CmdQueue.begin());
+    m_watch.Popped(*cmd);
     syslog(esyslog_generic, s_tag, __LINE__, "%s, cmd %s(%llu/%s) poped, final queue size: %d",
            "PopCmd", cmd->GetDescription(), cmd->ddwExtraData, cmd->strExtraData.c_str(),
            Count(m_CmdQueue));
@@ -185,4 +193,20 @@ bool CVaxoAVMgrCmdQueue::ShouldCallbackCmd(VaxoAVMgrCmdType /*type*/) {
     const auto& waiting = m_CmdQueue;
     return std::none_of(waiting.begin(), waiting.end(),
                         [](const auto& cmd) { return cmd->GetCmdType() == LeaveRoom; });
+}
+
+void CVaxoAVMgrCmdQueue::Watch(bool watch) {
+    CVAXOAutolock lock(m_lockForCmdQueue);
+    if (!watch) {
+        m_watch.End();
+        return;
+    }
+    if (m_watch.IsOn()) {
+        return;
+    }
+    m_watch.Begin();
+    const auto& waiting = m_CmdQueue;
+    for (const std::shared_ptr<VaxoAVMgrCmd>& cmd : waiting) {
+        m_watch.WaitsAlready(*cmd);
+    }
 }

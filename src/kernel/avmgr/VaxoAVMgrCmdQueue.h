@@ -34,14 +34,16 @@
 //   they hold a plain pointer.
 //
 // Locks: m_lockFlag (executing slot), then m_lockForCmdQueue (waiting list), never
-// the other way round. The executing slot is also accessed atomically, because a
-// pass fills it under the read side and a completion looks at it after unlocking.
+// the other way round; inside both, while it is watched, the watch's own. The executing
+// slot is also accessed atomically, because a pass fills it under the read side and a
+// completion looks at it after unlocking.
 #ifndef VAXO_VAXOAVMGRCMDQUEUE_H
 #define VAXO_VAXOAVMGRCMDQUEUE_H
 
 #include <memory>
 
 #include "avmgr/VaxoAVMgrCmd.h"
+#include "avmgr/VaxoAVMgrCmdWatch.h"
 #include "vaxolock.h"
 #include "vaxovector.h"
 
@@ -98,6 +100,14 @@ public:
     // is waiting, whatever the type asked about.
     bool ShouldCallbackCmd(VaxoAVMgrCmdType type);
 
+    // Begins to note what happens here, or ends it and forgets; see VaxoAVMgrCmdWatch.h. Off
+    // at first. Not from inside a join function, the observer or the log's sink.
+    void Watch(bool watch);
+
+    // What runs or holds the queue, what waits and how the last newcomers were received; while
+    // not watched, only what holds the queue. From anywhere, those three included.
+    VaxoAVMgrCmdNotes ReadNotes() { return m_watch.Read(m_pExecutingCmd); }
+
 private:
     std::shared_ptr<VaxoAVMgrCmd> PopCmd();
 
@@ -109,6 +119,7 @@ private:
     CVAXOLockRW m_lockFlag;
     std::shared_ptr<VaxoAVMgrCmd> m_pExecutingCmd;  // a shared slot, see vaxoslot.h
     IVaxoAVMgrCmdQueueCallback* m_pCB = nullptr;
+    CVaxoAVMgrCmdWatch m_watch;
 };
 
 #endif
