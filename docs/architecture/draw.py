@@ -95,7 +95,8 @@ class Drawing:
 
     def text(self, x, y, text, kind, anchor="start"):
         shown = html.escape(text, quote=False)
-        self.out.append(f'<text class="{kind}" x="{x}" y="{y}" text-anchor="{anchor}">{shown}</text>')
+        self.out.append(f'<text class="{kind}" x="{x}" y="{y}" text-anchor="{anchor}">{shown}'
+                        "</text>")
 
     def lane(self, lane, name):
         x = self.x(lane)
@@ -107,7 +108,8 @@ class Drawing:
         time, lane, tag, text = self.lines[index]
         y = self.y(index)
         edge = LEFT + LANE * 5 + 8
-        self.out.append(f'<line class="guide" x1="{self.x(lane) + 8}" y1="{y}" x2="{edge}" y2="{y}"/>')
+        self.out.append(f'<line class="guide" x1="{self.x(lane) + 8}" y1="{y}" x2="{edge}" '
+                        f'y2="{y}"/>')
         self.out.append(f'<circle class="dot" cx="{self.x(lane)}" cy="{y}" r="4"/>')
         self.text(LEFT - 12, y + 4, f"{(time - self.lines[0][0]) / 1000:.3f}", "time", "end")
         self.text(edge + 8, y + 4, f"{tag}: {text}", "log")
@@ -129,7 +131,8 @@ class Drawing:
         engine = 2
         top, bottom = self.y(self.back - 1) + 20, self.y(self.back) - 24
         x = self.x(engine)
-        self.out.append(f'<rect class="box" x="{x - 46}" y="{top}" width="92" height="{bottom - top}" rx="4"/>')
+        self.out.append(f'<rect class="box" x="{x - 46}" y="{top}" width="92" '
+                        f'height="{bottom - top}" rx="4"/>')
         for number, text in enumerate(ENGINE_TEXT):
             self.text(x, top + 20 + 17 * number, text, "role", "middle")
         self.arrow((self.x(1), self.y(self.called)), (x - 20, top + 7), "a job")
