@@ -159,10 +159,12 @@ class Drawing:
         self.text(LEFT - 12, 52, "ms", "role", "end")
         title = "One PlayStream, from the log of a run"
         return "\n".join(
-            [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {self.height}" '
+            ['<svg xmlns="http://www.w3.org/2000/svg" '
+             f'viewBox="0 0 {WIDTH} {self.height}" '
              f'width="{WIDTH}" height="{self.height}" role="img" aria-label="{title}">',
              f"<title>{title}</title>", f"<style>{STYLE}</style>",
-             f'<rect class="paper" width="{WIDTH}" height="{self.height}"/>', *self.out, "</svg>", ""])
+             f'<rect class="paper" width="{WIDTH}" height="{self.height}"/>',
+             *self.out, "</svg>", ""])
 
 
 def main():
