@@ -157,7 +157,7 @@ public:
     // as before. Inside a hold both answer true. They are inline so that a
     // platform layer without the try functions links as long as nobody calls them.
     bool TryLockRD();
-    bool TryLockWR();  // for LockRW
+    bool TryLockWR();  // the same for LockRW
 
     void LockRD();  // to read
     void LockRW();  // to write
