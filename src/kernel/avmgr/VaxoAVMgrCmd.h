@@ -31,13 +31,13 @@
 // What kind of work a command is. SyncCmd is finished when it has run; every
 // other type holds the queue until its completion is reported. There is no 0.
 enum VaxoAVMgrCmdType : int32 {
-    GetInRoom = 1,
-    LeaveRoom = 2,
-    PlayStream = 3,
-    StopStream = 4,
-    StartPublish = 5,
-    StopPublish = 6,
-    SyncCmd = 7,
+    GetInRoom = 1,     // enters a channel
+    LeaveRoom = 2,     // leaves it
+    PlayStream = 3,    // begins a play
+    StopStream = 4,    // ends one
+    StartPublish = 5,  // begins the publish
+    StopPublish = 6,   // ends it
+    SyncCmd = 7,       // anything else
 };
 
 // The description of a type, the empty text for any other value. Static storage.
@@ -73,7 +73,8 @@ inline const char* VaxoDescription(VaxoAVMgrCmdJoinResult result) {
 
 class VaxoAVMgrCmd {
 public:
-    typedef std::function<int32()> ExecuteFunc;
+    typedef std::function<int32()> ExecuteFunc;  // does the work and answers a status
+    // Answers what the newly offered command means to this one.
     typedef std::function<VaxoAVMgrCmdJoinResult(std::shared_ptr<VaxoAVMgrCmd>)> JoinFunc;
 
     // A command that coexists with every newer one.
@@ -92,7 +93,7 @@ public:
     // Asks this (waiting) command what the newly offered `later` means to it.
     virtual VaxoAVMgrCmdJoinResult Join(std::shared_ptr<VaxoAVMgrCmd> later);
 
-    virtual VaxoAVMgrCmdType GetCmdType() const;
+    virtual VaxoAVMgrCmdType GetCmdType() const;  // the type it was made with
 
     // The description of the type; never null, never to be freed.
     virtual const char* GetDescription() const;

@@ -52,6 +52,7 @@
 // and never destroyed by the queue.
 class IVaxoAVMgrCmdQueueCallback {
 public:
+    // `removed`: the command that the join removes, not null.
     virtual void OnCmdRemoved(std::shared_ptr<VaxoAVMgrCmd> removed) = 0;
 
 protected:

@@ -25,22 +25,22 @@ public:
 
     // Logs an error when the identifier is 0, which no application has.
     unsigned int GetAppID();
-    void SetAppID(unsigned int dwAppID);
+    void SetAppID(unsigned int dwAppID);  // taken as it is, 0 included
 
-    vaxo::stream GetAppSign();
-    void SetAppSign(const vaxo::stream& sign);
+    vaxo::stream GetAppSign();                  // the signing key, a copy
+    void SetAppSign(const vaxo::stream& sign);  // copied
 
-    vaxo::strutf8 GetUserID();
-    void SetUserID(const vaxo::strutf8& userID);
+    vaxo::strutf8 GetUserID();                    // who entered the channel
+    void SetUserID(const vaxo::strutf8& userID);  // the engine's to call, on channel entry
 
-    vaxo::strutf8 GetServiceURL();  // channel service
-    void SetServiceURL(const vaxo::strutf8& url);
+    vaxo::strutf8 GetServiceURL();                 // channel service
+    void SetServiceURL(const vaxo::strutf8& url);  // mqtts://host:port
 
-    vaxo::strutf8 GetMediaURL();  // RTMP ingest and play
-    void SetMediaURL(const vaxo::strutf8& url);
+    vaxo::strutf8 GetMediaURL();                 // RTMP ingest and play
+    void SetMediaURL(const vaxo::strutf8& url);  // rtmp://host:port/application
 
-    vaxo::strutf8 GetUploadURL();  // log upload
-    void SetUploadURL(const vaxo::strutf8& url);
+    vaxo::strutf8 GetUploadURL();                 // log upload
+    void SetUploadURL(const vaxo::strutf8& url);  // http:// or https://, host, port and path
 
 private:
     CVAXOLock m_lock;  // guards all that follows; nothing is called while it is held

@@ -56,7 +56,7 @@ public:
     // a new file long before.
     static constexpr unsigned long long kMaxFileBytes = 16ULL * 1024 * 1024;
 
-    CVaxoAVConnHttp();
+    CVaxoAVConnHttp();  // without credentials: uploads are refused
     ~CVaxoAVConnHttp();
 
     // Credentials of the uploads that follow; may be called again at any time. 0 when

@@ -73,14 +73,14 @@ struct VAXO_API VaxoLiveStream {
     VaxoLiveStream& operator=(const VaxoLiveStream& other) = default;
     ~VaxoLiveStream() = default;
 
-    vaxo::strutf8 streamGID;  // global identifier
-    vaxo::strutf8 streamID;   // what PlayStream and StopPlayStream take
-    vaxo::strutf8 userID;     // who publishes
-    vaxo::strutf8 userName;
-    vaxo::strutf8 title;
+    vaxo::strutf8 streamGID;                  // global identifier
+    vaxo::strutf8 streamID;                   // what PlayStream and StopPlayStream take
+    vaxo::strutf8 userID;                     // who publishes
+    vaxo::strutf8 userName;                   // the name that the publisher entered with
+    vaxo::strutf8 title;                      // as given to StartPublishing
     vaxostl::vector<vaxo::strutf8> rtmpURLs;  // play addresses
-    vaxostl::vector<vaxo::strutf8> hlsURLs;
-    unsigned int status = 0;  // as the service reports it
+    vaxostl::vector<vaxo::strutf8> hlsURLs;   // the same for HLS; either list may be empty
+    unsigned int status = 0;                  // as the service reports it
 };
 
 // Implemented by the application.
@@ -108,11 +108,13 @@ public:
     virtual void OnPublishStateUpdate(Mediq::VaxoAVState eState, const vaxo::strutf8& streamID) = 0;
     // Answers PlayStream and StopPlayStream of the same stream; comes later too.
     virtual void OnPlayStateUpdate(Mediq::VaxoAVState eState, const vaxo::strutf8& streamID) = 0;
+    // The pictures of a play have another size, in pixels; the first ones as well.
     virtual void OnVideoSizeChanged(const vaxo::strutf8& streamID, int width, int height) = 0;
     // Answers Logout. 0xFFFFFFFF: the engine refused, or there is none.
     virtual void OnLogout(unsigned int err) = 0;
     // The connection to the channel was lost; it came back.
     virtual void OnDisconnected(unsigned int err, const vaxo::strutf8& liveChn) = 0;
+    // The connection to the channel came back.
     virtual void OnReconnected(const vaxo::strutf8& liveChn) = 0;
 
 protected:
@@ -124,6 +126,7 @@ public:
     // The application's identifier and signing key, which is copied and never logged.
     // A second Init without Uninit keeps the engine and initialises it again.
     virtual int Init(unsigned int dwAppID, vaxo::stream sign) = 0;
+    // Lets go of the engine, which ends what it was doing.
     virtual int Uninit() = 0;
 
     // Sends the log file to the service. Fails without a signing key. An engine need
@@ -137,9 +140,13 @@ public:
     // Publishes camera and microphone. Answered by OnPublishStateUpdate.
     virtual int StartPublishing(vaxo::strutf8 title, vaxo::strutf8 streamID,
                                 vaxo::strutf8 liveChn) = 0;
+    // The channel that was entered.
     virtual vaxo::strutf8 GetLiveChannel() const = 0;
+    // What is published now, as given to StartPublishing; empty: nothing.
     virtual vaxo::strutf8 GetCurrentPublishStreamID() const = 0;
+    // Where it can be played.
     virtual vaxo::strutf8 GetCurrentPublishStreamURL() const = 0;
+    // Ends the publish. Answered by OnPublishStateUpdate.
     virtual int StopPublishing() = 0;
 
     // Enters a channel and asks for its streams. Answered by OnGetStreamList; the
@@ -151,6 +158,7 @@ public:
 
     // Answered by OnPlayStateUpdate. `chn` numbers the play channel and its view.
     virtual int PlayStream(const vaxo::strutf8& streamID, unsigned int chn) = 0;
+    // Ends that play. Answered by OnPlayStateUpdate.
     virtual int StopPlayStream(const vaxo::strutf8& streamID) = 0;
 
     // Stops every play and the publish, then leaves the channel. Answered by OnLogout.

@@ -38,9 +38,9 @@ inline const char* VaxoDescription(VaxoAVState state) {
 // What a stream update means.
 enum VaxoAVStreamUpdateFlag : int32 {
     CompleteStreamList = 0,  // one stream of the whole list, as given on entry
-    AddedStream = 1,
-    DeletedStream = 2,
-    FetchError = 3,  // the list could not be had
+    AddedStream = 1,         // a stream that is new, or whose record changed
+    DeletedStream = 2,       // a stream that is gone
+    FetchError = 3,          // the list could not be had
 };
 
 #endif

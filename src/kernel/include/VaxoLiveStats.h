@@ -10,23 +10,24 @@
 
 namespace Strova {
 
+// One play.
 struct VaxoLivePlayStats {
-    std::string streamID;
+    std::string streamID;      // as given to PlayStream
     double fps = 0;            // pictures shown a second
     unsigned int bitrate = 0;  // bits received a second
     int latencyMillis = -1;    // age of the last picture; known for the built-in test picture alone
 };
 
 struct VaxoLiveStats {
-    bool publishing = false;
+    bool publishing = false;   // media reach the server
     double fps = 0;            // pictures encoded a second
     unsigned int bitrate = 0;  // bits encoded a second, sound included
     // Where picture and sound come from, as the device lists name it ("none:black" and
     // "none:silence" where they are switched off or nothing is left): after a device failed in the
     // middle, what has taken its place. Empty while nothing is captured.
     std::string videoDevice;
-    std::string audioDevice;
-    std::vector<VaxoLivePlayStats> plays;
+    std::string audioDevice;               // the same for sound
+    std::vector<VaxoLivePlayStats> plays;  // every play that runs
 };
 
 // Values over the last second, renewed about twice a second, of the engine that the proxy

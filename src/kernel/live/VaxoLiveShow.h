@@ -82,7 +82,7 @@ namespace Strova {
 
 // What an operation of the library's own engine answers.
 enum VaxoLiveStatus : int32 {
-    VaxoLiveStatus_Ok = 0,
+    VaxoLiveStatus_Ok = 0,            // taken; an event tells the rest
     VaxoLiveStatus_NotReady = 1,      // Init has not been called, or failed
     VaxoLiveStatus_BadArgument = 2,   // a value out of range, a text too long or empty
     VaxoLiveStatus_NotSupported = 3,  // the machine has no such hardware
@@ -91,7 +91,7 @@ enum VaxoLiveStatus : int32 {
 
 class VAXO_API CVaxoLiveShow : public IVaxoLive {
 public:
-    CVaxoLiveShow();
+    CVaxoLiveShow();  // for the proxy; not ready before Init
     virtual ~CVaxoLiveShow();
 
     int SetView(std::shared_ptr<int> pView, unsigned int dwChannelIndex) override;

@@ -38,6 +38,7 @@
 
 class CVaxoQueueRunner {
 public:
+    // Ties queued calls to the runner's life.
     typedef CScopeSource<CVaxoQueueRunner, false, CRefCountSafe> Source;
 
     // The one runner of the process, created on first use. It is never destroyed:
@@ -66,7 +67,7 @@ public:
     // For the liveness source: where it stands in the object, and the object that
     // stands for the runner in a queued call.
     static std::size_t offset_of_source();
-    static CRefCount* SafeInstance(CVaxoQueueRunner* runner);
+    static CRefCount* SafeInstance(CVaxoQueueRunner* runner);  // the holder of that source
 
 private:
     CVAXOTaskDefault* GetWorkQueue(int id);

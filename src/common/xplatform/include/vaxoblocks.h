@@ -28,11 +28,11 @@
 
 namespace vaxo {
 
-constexpr std::size_t kBlockStep = 32;
-constexpr std::size_t kLargestBlock = 256;
-constexpr unsigned kBlocksInBatch = 32;
-constexpr unsigned kBlocksKeptByThread = 2 * kBlocksInBatch;
-constexpr unsigned kBatchesKept = 128;
+constexpr std::size_t kBlockStep = 32;      // sizes are rounded up to multiples of it
+constexpr std::size_t kLargestBlock = 256;  // bytes; larger objects get no block
+constexpr unsigned kBlocksInBatch = 32;     // blocks go to and from the store together
+constexpr unsigned kBlocksKeptByThread = 2 * kBlocksInBatch;  // of each size
+constexpr unsigned kBatchesKept = 128;                        // of each size, by the process
 
 // Never null: throws std::bad_alloc.
 void* block_take(std::size_t size);
@@ -49,6 +49,7 @@ struct block_made {
         static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__, "blocks are not aligned so");
         return block_take(size);
     }
+    // Gives the block back.
     static void operator delete(void* block, std::size_t size) noexcept { block_give(block, size); }
 
 protected:
@@ -59,20 +60,24 @@ protected:
 // For std::allocate_shared.
 template <class T>
 struct block_allocator {
-    typedef T value_type;
+    typedef T value_type;  // what is allocated
 
     block_allocator() = default;
+    // All are alike, whatever they allocate.
     template <class U>
     block_allocator(const block_allocator<U>& /*other*/) {}
 
+    // Room for `count` objects.
     T* allocate(std::size_t count) {
         static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__, "blocks are not aligned so");
         return static_cast<T*>(block_take(count * sizeof(T)));
     }
+    // `count`: as it was asked for.
     void deallocate(T* items, std::size_t count) noexcept {
         block_give(static_cast<void*>(items), count * sizeof(T));
     }
 
+    // Always equal: any of them frees what another one gave.
     template <class U>
     bool operator==(const block_allocator<U>& /*other*/) const {
         return true;

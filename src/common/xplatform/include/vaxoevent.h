@@ -24,6 +24,7 @@
 
 #include "vaxotypes.h"
 
+// An event; made by vaxoevent_create.
 typedef struct vaxoevent_t* hvaxoevent;
 
 // A new event. autoreset 1: each signal releases one wait and is used up by it;
@@ -39,7 +40,7 @@ void vaxoevent_wait(hvaxoevent event);
 // True when the event was signalled; an auto-reset event is then used up.
 bool vaxoevent_timedwait(hvaxoevent event, int64 milliseconds);
 
-void vaxoevent_signal(hvaxoevent event);
+void vaxoevent_signal(hvaxoevent event);      // says that it has happened
 void vaxoevent_reset(hvaxoevent event);       // takes a signal back; for both kinds
 bool vaxoevent_issignaled(hvaxoevent event);  // looks without taking the signal
 
@@ -52,6 +53,7 @@ void vaxoevent_destory(hvaxoevent event);
 // platform layer.
 class CVAXOEvent {
 public:
+    // As vaxoevent_create.
     CVAXOEvent(bool autoreset, bool signaled)
         : m_hEvent(vaxoevent_create(autoreset ? 1 : 0, signaled ? 1 : 0)) {}
     virtual ~CVAXOEvent() { vaxoevent_destory(m_hEvent); }
@@ -62,9 +64,9 @@ public:
     // True when the event was signalled within `milliseconds`; negative waits
     // for ever.
     bool Wait(int64 milliseconds) { return vaxoevent_timedwait(m_hEvent, milliseconds); }
-    void Post() { vaxoevent_signal(m_hEvent); }
-    void Reset() { vaxoevent_reset(m_hEvent); }
-    bool IsSignaled() { return vaxoevent_issignaled(m_hEvent); }
+    void Post() { vaxoevent_signal(m_hEvent); }                   // signals
+    void Reset() { vaxoevent_reset(m_hEvent); }                   // takes a signal back
+    bool IsSignaled() { return vaxoevent_issignaled(m_hEvent); }  // looks without taking
 
 private:
     hvaxoevent m_hEvent;

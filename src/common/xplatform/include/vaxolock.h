@@ -30,10 +30,10 @@
 // - Not fair: which waiter comes next is open.
 typedef pthread_mutex_t vaxolock_t;
 
-void vaxolock_init(vaxolock_t* lock);
-void vaxolock_lock(vaxolock_t* lock);
+void vaxolock_init(vaxolock_t* lock);     // before all else, once
+void vaxolock_lock(vaxolock_t* lock);     // waits until it is free
 bool vaxolock_trylock(vaxolock_t* lock);  // never waits; true when it locked
-void vaxolock_unlock(vaxolock_t* lock);
+void vaxolock_unlock(vaxolock_t* lock);   // by the thread that locked
 void vaxolock_destroy(vaxolock_t* lock);  // the mutex must be unlocked
 
 // A reader-writer lock behind a handle. Every function takes a null handle: the
@@ -48,13 +48,13 @@ void vaxolock_destroy(vaxolock_t* lock);  // the mutex must be unlocked
 // - Only a thread that holds may unlock; the lock knows in which mode.
 typedef struct vaxorwlock_t* hvaxolockrw;
 
-hvaxolockrw vaxorwlock_alloc();  // throws std::bad_alloc when there is none to be had
-void vaxorwlock_rdlock(hvaxolockrw lock);
-void vaxorwlock_wrlock(hvaxolockrw lock);
+hvaxolockrw vaxorwlock_alloc();               // throws std::bad_alloc when there is none to be had
+void vaxorwlock_rdlock(hvaxolockrw lock);     // waits for a share of it
+void vaxorwlock_wrlock(hvaxolockrw lock);     // waits for all of it
 bool vaxorwlock_tryrdlock(hvaxolockrw lock);  // never waits; true when it locked
 bool vaxorwlock_trywrlock(hvaxolockrw lock);  // never waits; true when it locked
-void vaxorwlock_unlock(hvaxolockrw lock);
-void vaxorwlock_destroy(hvaxolockrw lock);  // the lock must be free
+void vaxorwlock_unlock(hvaxolockrw lock);     // gives up either
+void vaxorwlock_destroy(hvaxolockrw lock);    // the lock must be free
 
 // ---- CVAXOLock --------------------------------------------------------------
 
@@ -63,14 +63,14 @@ void vaxorwlock_destroy(hvaxolockrw lock);  // the lock must be free
 // unlocked by the thread that locked.
 class CVAXOLock {
 public:
-    CVAXOLock() { vaxolock_init(&m_lock); }
+    CVAXOLock() { vaxolock_init(&m_lock); }  // unlocked
     ~CVAXOLock() { vaxolock_destroy(&m_lock); }
 
     CVAXOLock(const CVAXOLock&) = delete;
     CVAXOLock& operator=(const CVAXOLock&) = delete;
 
-    void Lock() { vaxolock_lock(&m_lock); }
-    void Unlock() { vaxolock_unlock(&m_lock); }
+    void Lock() { vaxolock_lock(&m_lock); }      // waits until it is free
+    void Unlock() { vaxolock_unlock(&m_lock); }  // by the thread that locked
     // Locks if that needs no waiting, and says whether it did.
     bool Try() { return vaxolock_trylock(&m_lock); }
 
@@ -85,6 +85,7 @@ private:
 // the thread that made it.
 class CVAXOAutolock {
 public:
+    // Waits for the lock.
     explicit CVAXOAutolock(CVAXOLock& lock) : m_lock(lock) { m_lock.Lock(); }
     ~CVAXOAutolock() { m_lock.Unlock(); }
 
@@ -145,7 +146,7 @@ typedef vaxostl::map<int32, uint32> CMapThreadId2Count;
 //   leaves it to whichever thread gets its id next.
 class CVAXOLockRW {
 public:
-    CVAXOLockRW();
+    CVAXOLockRW();  // unlocked
     ~CVAXOLockRW();
 
     CVAXOLockRW(const CVAXOLockRW&) = delete;
@@ -156,11 +157,11 @@ public:
     // as before. Inside a hold both answer true. They are inline so that a
     // platform layer without the try functions links as long as nobody calls them.
     bool TryLockRD();
-    bool TryLockWR();
+    bool TryLockWR();  // the same for LockRW
 
-    void LockRD();
-    void LockRW();
-    void Unlock();
+    void LockRD();  // to read
+    void LockRW();  // to write
+    void Unlock();  // as the second table says
 
 private:
     bool IsLocked(boolean addReference);

@@ -38,12 +38,13 @@
 #include "vaxostream.h"
 #include "vaxotypes.h"
 
+// Levels: the lower, the graver.
 enum {
-    esyslog_grievous = 0,
-    esyslog_error,
-    esyslog_warning,
-    esyslog_generic,
-    esyslog_debug,
+    esyslog_grievous = 0,  // the process cannot go on as it should
+    esyslog_error,         // something failed
+    esyslog_warning,       // something is wrong and was coped with
+    esyslog_generic,       // what happens, in normal use
+    esyslog_debug,         // how it happens
 };
 
 // Writes one line. `tag` names the module, `line` is the source line of the

@@ -16,6 +16,7 @@
 // The platform layer's to set.
 inline std::atomic<int32> vaxolog_limit{std::numeric_limits<int32>::max()};
 
+// False: a line of this level would be dropped.
 inline bool vaxolog_wants(int32 level) {
     return level <= vaxolog_limit.load(std::memory_order_relaxed);
 }

@@ -55,20 +55,21 @@ public:
     // A node of the tree: the entry and its links (vaxomapnode.h).
     template <class KeyTypeRB, class ValueTypeRB>
     class RBTree;
-    typedef RBTree<KeyType, ValueType> Node;
+    typedef RBTree<KeyType, ValueType> Node;  // what an iterator yields
 
     // The walks in key order, parent first and parent last (vaxomapiterator.h).
     class iterator;
     class ParentFirstiterator;
     class ParentLastiterator;
 
-    typedef pair<const KeyType, ValueType> value_type;
+    typedef pair<const KeyType, ValueType> value_type;  // an entry, as insert takes it
 
     // Stands for the value of one key: assigning to it sets the value, converting it
     // reads the value. It refers to the map and to the key given to it; both must
     // outlive it, so do not keep one that was made from a temporary key.
     class AccessClass {
     public:
+        // What operator[] of other containers gives; changes nothing.
         AccessClass(map& tree, const KeyType& key) : Tree(tree), Key(key) {}
 
         // Overwrites the value of the key, or inserts the entry.
@@ -123,7 +124,7 @@ public:
 
     // The first entry whose key is not less than, or is greater than, `key`; or end().
     iterator lower_bound(const KeyType& key) const;
-    iterator upper_bound(const KeyType& key) const;
+    iterator upper_bound(const KeyType& key) const;  // greater than the key
 
     // Removes and frees an entry; false when the key is absent. `key` may be the key
     // inside the entry that goes.
@@ -136,19 +137,19 @@ public:
     // Frees every node.
     void clear();
 
-    bool empty() const { return isEmpty(); }
-    uint32 size() const { return Size; }
+    bool empty() const { return isEmpty(); }  // holds no entry
+    uint32 size() const { return Size; }      // entries
 
     // At the smallest key, or at the end when the map is empty. begin() and
     // getiterator() are the same.
     iterator begin() const;
-    iterator getiterator() const;
+    iterator getiterator() const;  // the same as begin()
 
     // Past the largest key: no current node.
     iterator end() const;
 
-    ParentFirstiterator getParentFirstiterator() const;
-    ParentLastiterator getParentLastiterator() const;
+    ParentFirstiterator getParentFirstiterator() const;  // at the root
+    ParentLastiterator getParentLastiterator() const;    // at the first leaf
 
 private:
     // The node with this key or null. Every lookup is this walk.

@@ -36,17 +36,19 @@ template <class KeyType, class ValueType>
 class map<KeyType, ValueType>::iterator {
 public:
     iterator() = default;
+    // At the smallest key below `root`.
     explicit iterator(Node* root) : Root(root) { reset(true); }
-    iterator(Node* root, Node* node) : Root(root), Cur(node) {}
+    iterator(Node* root, Node* node) : Root(root), Cur(node) {}  // at `node`, null for the end
 
     // Goes to the smallest key of the tree, or to the largest.
     void reset(bool atLowest = true) { Cur = atLowest ? smallest(Root) : largest(Root); }
 
-    bool atEnd() const { return Cur == nullptr; }
-    Node* getNode() const { return Cur; }
-    Node* operator->() const { return Cur; }
+    bool atEnd() const { return Cur == nullptr; }  // there is no current node
+    Node* getNode() const { return Cur; }          // the current node, null at the end
+    Node* operator->() const { return Cur; }       // not at the end
     Node& operator*() const { return *Cur; }
 
+    // At the same node, or both at the end.
     bool operator==(const iterator& other) const { return Cur == other.Cur; }
     bool operator!=(const iterator& other) const { return Cur != other.Cur; }
 
@@ -132,17 +134,17 @@ template <class KeyType, class ValueType>
 class map<KeyType, ValueType>::ParentFirstiterator {
 public:
     ParentFirstiterator() = default;
-    explicit ParentFirstiterator(Node* root) : Root(root) { reset(); }
+    explicit ParentFirstiterator(Node* root) : Root(root) { reset(); }  // at the root
 
     // Goes back to the first node of the walk, the root.
     void reset() { Cur = Root; }
 
-    bool atEnd() const { return Cur == nullptr; }
-    Node* getNode() const { return Cur; }
-    Node* operator->() const { return Cur; }
+    bool atEnd() const { return Cur == nullptr; }  // there is no current node
+    Node* getNode() const { return Cur; }          // the current node, null at the end
+    Node* operator->() const { return Cur; }       // not at the end
     Node& operator*() const { return *Cur; }
 
-    void operator++(int) { inc(); }
+    void operator++(int) { inc(); }  // the next node of the walk
 
 private:
     void inc() {
@@ -179,17 +181,17 @@ template <class KeyType, class ValueType>
 class map<KeyType, ValueType>::ParentLastiterator {
 public:
     ParentLastiterator() = default;
-    explicit ParentLastiterator(Node* root) : Root(root) { reset(); }
+    explicit ParentLastiterator(Node* root) : Root(root) { reset(); }  // at the first leaf
 
     // Goes back to the first node of the walk, a leaf.
     void reset() { Cur = firstLeaf(Root); }
 
-    bool atEnd() const { return Cur == nullptr; }
-    Node* getNode() const { return Cur; }
-    Node* operator->() const { return Cur; }
+    bool atEnd() const { return Cur == nullptr; }  // there is no current node
+    Node* getNode() const { return Cur; }          // the current node, null at the end
+    Node* operator->() const { return Cur; }       // not at the end
     Node& operator*() const { return *Cur; }
 
-    void operator++(int) { inc(); }
+    void operator++(int) { inc(); }  // the next node of the walk
 
 private:
     // Down from a node, left where there is a left child, else right.

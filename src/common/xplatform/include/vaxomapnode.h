@@ -26,6 +26,7 @@ template <class KeyType, class ValueType>
 template <class KeyTypeRB, class ValueTypeRB>
 class map<KeyType, ValueType>::RBTree {
 public:
+    // Alone and red.
     RBTree(const KeyTypeRB& key, const ValueTypeRB& value) : first(key), second(value) {}
 
     // Assigning one node of a tree to another would tear the links.
@@ -33,6 +34,7 @@ public:
     RBTree& operator=(const RBTree&) = delete;
     ~RBTree() = default;
 
+    // Both ends of the link; null takes the child away and leaves its end.
     void setLeftChild(RBTree* p) {
         LeftChild = p;
         if (p != nullptr) {
@@ -40,6 +42,7 @@ public:
         }
     }
 
+    // The same on the right.
     void setRightChild(RBTree* p) {
         RightChild = p;
         if (p != nullptr) {
@@ -47,24 +50,27 @@ public:
         }
     }
 
-    void setParent(RBTree* p) { Parent = p; }
-    void setValue(const ValueTypeRB& value) { second = value; }
-    void setRed() { IsRed = true; }
-    void setBlack() { IsRed = false; }
+    void setParent(RBTree* p) { Parent = p; }                    // one end of the link alone
+    void setValue(const ValueTypeRB& value) { second = value; }  // overwrites the entry's value
+    void setRed() { IsRed = true; }                              // the map's to call
+    void setBlack() { IsRed = false; }                           // the map's to call
 
-    RBTree* getLeftChild() const { return LeftChild; }
-    RBTree* getRightChild() const { return RightChild; }
-    RBTree* getParent() const { return Parent; }
-    ValueTypeRB& getValue() { return second; }
+    RBTree* getLeftChild() const { return LeftChild; }    // smaller keys, or null
+    RBTree* getRightChild() const { return RightChild; }  // greater keys, or null
+    RBTree* getParent() const { return Parent; }          // null for the root
+    ValueTypeRB& getValue() { return second; }            // the same as `second`
     const ValueTypeRB& getValue() const { return second; }
-    const KeyTypeRB& getKey() const { return first; }
+    const KeyTypeRB& getKey() const { return first; }  // the same as `first`
 
-    bool isRoot() const { return Parent == nullptr; }
+    bool isRoot() const { return Parent == nullptr; }  // has no parent
+    // False for the root.
     bool isLeftChild() const { return Parent != nullptr && Parent->LeftChild == this; }
+    // False for the root.
     bool isRightChild() const { return Parent != nullptr && Parent->RightChild == this; }
+    // Has no children.
     bool isLeaf() const { return LeftChild == nullptr && RightChild == nullptr; }
-    bool isRed() const { return IsRed; }
-    bool isBlack() const { return !IsRed; }
+    bool isRed() const { return IsRed; }     // its colour
+    bool isBlack() const { return !IsRed; }  // the other one
 
     // The depth: how many ancestors the node has, 0 for the root.
     unsigned int getLevel() const {

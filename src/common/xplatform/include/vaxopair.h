@@ -11,11 +11,11 @@ namespace vaxostl {
 // these two as macros.
 template <class _T1, class _T2>  // NOLINT(bugprone-reserved-identifier): see above
 struct pair {
-    pair() : first(), second() {}
-    pair(const _T1& a, const _T2& b) : first(a), second(b) {}
+    pair() : first(), second() {}                              // both fields value-initialised
+    pair(const _T1& a, const _T2& b) : first(a), second(b) {}  // copies of both
 
-    _T1 first;
-    _T2 second;
+    _T1 first;   // the key, or the iterator
+    _T2 second;  // the value, or whether it was inserted
 };
 
 }  // namespace vaxostl

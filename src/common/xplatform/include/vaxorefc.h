@@ -33,6 +33,7 @@
 #include "vaxosched.h"
 #include "vaxotypes.h"
 
+// An object that is counted by one thread at a time.
 class CRefCount {
 public:
     virtual ~CRefCount() = default;
@@ -70,11 +71,11 @@ public:
     CRefCount& operator=(const CRefCount&) = delete;
 
 protected:
-    CRefCount() : m_iRefs(1) {}
+    CRefCount() : m_iRefs(1) {}  // one reference, the creator's
 
     void Free();  // the last reference is gone
 
-    std::atomic<int32> m_iRefs;
+    std::atomic<int32> m_iRefs;  // the count
 };
 
 // The static analyser does not follow the count and would take every Release for
@@ -85,6 +86,7 @@ inline void CRefCount::Free() {
 }
 #endif
 
+// An object that any thread may count. The manual is above.
 class CRefCountSafe : public CRefCount {
 public:
     int32 AddRef() override { return m_iRefs.fetch_add(1, std::memory_order_relaxed) + 1; }
@@ -107,9 +109,11 @@ protected:
 template <class T, bool Flag, class RefBase>
 class CScopeHolder : public RefBase {
 public:
+    // For that instance, which need not be counted.
     explicit CScopeHolder(T* instance) : p(instance) {}
 
-    CRefCount* SafeInstance() override { return this; }
+    CRefCount* SafeInstance() override { return this; }  // stands for itself
+    // Whether the instance is still there.
     bool IsValid() override {
         vaxosched_reach(&p);
         return p.load(std::memory_order_acquire) != nullptr;
@@ -135,8 +139,9 @@ public:
 template <class T, bool Flag, class RefBase>
 class CScopeSource {
 public:
-    typedef CScopeHolder<T, Flag, RefBase> Holder;
+    typedef CScopeHolder<T, Flag, RefBase> Holder;  // what it ties the object to
 
+    // With the object's own address.
     explicit CScopeSource(T* instance) : holder(new Holder(instance)) {}
 
     ~CScopeSource() {

@@ -26,6 +26,7 @@
 
 namespace vaxo {
 
+// What the slot holds at this moment.
 template <class T>
 std::shared_ptr<T> slot_load(const std::shared_ptr<T>& slot) {
     vaxosched_reach(&slot);

@@ -44,6 +44,7 @@ public:
     stream() = default;
     // Copies `length` bytes.
     stream(const uint8* bytes, uint32 length);
+    // Copies `length` bytes of a text.
     template <class Unit, if_utf8<Unit> = 0>
     stream(const Unit* text, uint32 length) {
         copy(text, length);
@@ -53,16 +54,16 @@ public:
     stream(const Unit* text, uint32 length) {
         convert(text, length);
     }
-    stream(const stream& other);
+    stream(const stream& other);  // the same bytes, its own buffer
     virtual ~stream();
 
-    stream& operator=(const stream& other);
+    stream& operator=(const stream& other);  // the same bytes, its own buffer
     // Takes the bytes of the terminated text. Null empties the stream and releases
     // its buffer.
     stream& operator=(const utf8* text);
     stream& operator=(const strutf8& text);
     stream& operator=(const strutf16& text);
-    stream& assign(const uint8* bytes, uint32 length);
+    stream& assign(const uint8* bytes, uint32 length);  // copies `length` bytes
 
     // Takes over a buffer that was allocated with new uint8[] and holds at least
     // `length` bytes. The stream's own buffer is released, unless it is that very
@@ -73,8 +74,8 @@ public:
     // before.
     uint8* detach();
 
-    stream& operator+=(const stream& other);
-    stream& append(const uint8* bytes, uint32 length);
+    stream& operator+=(const stream& other);            // appends the bytes of `other`
+    stream& append(const uint8* bytes, uint32 length);  // appends `length` bytes
     // Replaces `count` bytes from `pos` on, or what there is of them. Past the
     // end it appends.
     stream& replace(uint32 pos, uint32 count, const uint8* bytes, uint32 length);
@@ -112,7 +113,7 @@ public:
     // access on the same thread.
     uint8& at(uint32 index);
     const uint8& at(uint32 index) const;
-    uint8& operator[](uint32 index) { return at(index); }
+    uint8& operator[](uint32 index) { return at(index); }  // at(index)
     const uint8& operator[](uint32 index) const { return at(index); }
     // Any other index type; see vaxoindex.h. A negative index is past the end.
     template <class Index, if_other_index<Index> = 0>

@@ -33,14 +33,14 @@ public:
     strutf16(const utf16* text, uint32 length);
     // Converts. Explicit, because strutf8 converts from strutf16 without asking.
     explicit strutf16(const strutf8& text);
-    strutf16(const strutf16& other);
+    strutf16(const strutf16& other);  // the same units, its own buffer
     ~strutf16();
 
-    strutf16& operator=(const strutf16& other);
-    strutf16& operator=(const strutf8& text);
-    strutf16& assign(const utf16* text, uint32 length);
-    strutf16& append(const utf16* text, uint32 length);
-    strutf16& append(const strutf16& other);
+    strutf16& operator=(const strutf16& other);          // the same units, its own buffer
+    strutf16& operator=(const strutf8& text);            // converts
+    strutf16& assign(const utf16* text, uint32 length);  // copies `length` units
+    strutf16& append(const utf16* text, uint32 length);  // `length` units more
+    strutf16& append(const strutf16& other);             // all of `other`
 
     // Empties the string and releases its buffer.
     void clear();
@@ -50,7 +50,7 @@ public:
 
     // The length in units, without the terminator.
     uint32 length() const { return len; }
-    uint32 size() const { return len; }
+    uint32 size() const { return len; }  // the same
 
     // Unit for unit; two empty strings are equal whatever their buffers.
     bool operator==(const strutf16& other) const;

@@ -55,30 +55,30 @@ public:
     strutf8(const Unit* text, uint32 length) {
         convert(text, length);
     }
-    strutf8(const strutf16& text);
-    strutf8(const strutf8& other);
+    strutf8(const strutf16& text);  // converts
+    strutf8(const strutf8& other);  // the same bytes, its own buffer
     virtual ~strutf8();
 
-    strutf8& operator=(const strutf8& other);
+    strutf8& operator=(const strutf8& other);  // the same bytes, its own buffer
     // Null empties the string and releases its buffer.
     strutf8& operator=(const utf8* text);
-    strutf8& operator=(const strutf16& text);
-    strutf8& assign(const utf8* text, uint32 length);
-    strutf8& assign(const strutf8& other);
+    strutf8& operator=(const strutf16& text);          // converts
+    strutf8& assign(const utf8* text, uint32 length);  // copies `length` bytes
+    strutf8& assign(const strutf8& other);             // copies all of `other`
 
     // Replaces the content by the printf-style formatted text. A null "%s"
     // argument prints as the empty text. A null format gives the empty string.
     // Without the compiler's check of the arguments, which turns null texts down.
     strutf8& format(const char* fmt, ...);
 
-    strutf8& operator+=(const utf8* text);
+    strutf8& operator+=(const utf8* text);  // appends; null is the empty text
     strutf8& operator+=(const strutf8& other);
-    strutf8 operator+(const utf8* text) const;
+    strutf8 operator+(const utf8* text) const;  // a new string: this one, then the other
     strutf8 operator+(const strutf8& other) const;
-    strutf8& append(const utf8* text, uint32 length);
+    strutf8& append(const utf8* text, uint32 length);  // `length` bytes more
     // Appends `count` bytes of `other` from `start` on, or what there is of them.
     strutf8& append(const strutf8& other, uint32 start, uint32 count);
-    strutf8& append(const strutf8& other);
+    strutf8& append(const strutf8& other);  // all of `other`
 
     // Replaces `count` bytes from `pos` on, or what there is of them. Past the
     // end it appends.
@@ -86,12 +86,12 @@ public:
 
     // ASCII letters only, whatever the locale.
     strutf8& tolower();
-    strutf8& toupper();
+    strutf8& toupper();  // the same, to capitals
 
     // Removes ASCII white space (blank, \t \n \v \f \r) at the chosen ends.
     strutf8& trim(bool left, bool right);
-    strutf8& trimleft();
-    strutf8& trimright();
+    strutf8& trimleft();   // at the start alone
+    strutf8& trimright();  // at the end alone
 
     // Empties the string and releases its buffer.
     void clear() { *this = static_cast<const utf8*>(nullptr); }
@@ -106,21 +106,21 @@ public:
 
     // The length in bytes, without the terminator.
     uint32 length() const { return len; }
-    uint32 size() const { return len; }
+    uint32 size() const { return len; }  // the same
 
     // The buffer; may be null when the string is empty. Whoever writes through it
     // stays within length() bytes.
     const utf8* c_str() const { return _data; }
-    const utf8* data() const { return _data; }
+    const utf8* data() const { return _data; }  // the same as c_str()
     utf8* data() { return _data; }
-    operator utf8*() { return _data; }
+    operator utf8*() { return _data; }  // for interfaces that write into a text
 
     // The byte at `index`. An index past the end gives a byte that belongs to no
     // string: it reads 0, and what is written to it is gone with the next such
     // access on the same thread.
     utf8& at(uint32 index);
     const utf8& at(uint32 index) const;
-    utf8& operator[](uint32 index) { return at(index); }
+    utf8& operator[](uint32 index) { return at(index); }  // at(index)
     const utf8& operator[](uint32 index) const { return at(index); }
     // Any other index type; see vaxoindex.h. A negative index is past the end.
     template <class Index, if_other_index<Index> = 0>
@@ -154,8 +154,8 @@ public:
     // 1 or 0. Byte for byte, against the terminated text. The empty text is the
     // start and the end of every string.
     boolean equals(const char* text) const;
-    boolean startswith(const char* text) const;
-    boolean endswith(const char* text) const;
+    boolean startswith(const char* text) const;  // `text` stands at the start
+    boolean endswith(const char* text) const;    // `text` stands at the end
 
     // Byte for byte. Two empty strings are equal whatever their buffers.
     bool operator==(const strutf8& other) const {
@@ -219,6 +219,7 @@ inline bool operator>=(const utf8* a, const strutf8& b) {
     return b.compare(a) <= 0;
 }
 
+// A new string: the text, then the string.
 inline strutf8 operator+(const utf8* a, const strutf8& b) {
     return strutf8(a) + b;
 }

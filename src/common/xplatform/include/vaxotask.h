@@ -67,6 +67,7 @@
 // to another thread.
 class CScopeCall {
 public:
+    // `call` of `target` with `arg`, its answer to `result`. Takes the references..
     template <class TIMPL, class TA>
     CScopeCall(TIMPL* target, int32 (TIMPL::*call)(TA*), TA* arg, uint32* result)
         : m_phost(HostOf(target)),
@@ -79,6 +80,7 @@ public:
         Retain();
     }
 
+    // The same call, with references of its own.
     CScopeCall(const CScopeCall& other)
         : m_phost(other.m_phost),
           m_preal(other.m_preal),
@@ -194,6 +196,7 @@ private:
     std::shared_ptr<Impl> m_pImpl;  // shared with the thread, which outlives the object
 };
 
+// The worker of this platform; there is one kind.
 typedef CVAXOTaskBase CVAXOTaskDefault;
 
 // A new worker, not yet started, with one reference owned by the caller. Never

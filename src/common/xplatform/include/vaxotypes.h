@@ -8,14 +8,14 @@
 
 #include <climits>
 
-typedef char utf8;
-typedef unsigned short utf16;
-typedef unsigned char uint8;
-typedef unsigned int uint32;
-typedef int int32;
-typedef unsigned long long uint64;
-typedef long long int64;
-typedef unsigned char boolean;  // a truth value: 0 is false, anything else true
+typedef char utf8;                  // a byte of a UTF-8 text
+typedef unsigned short utf16;       // a unit of a UTF-16 text
+typedef unsigned char uint8;        // an octet
+typedef unsigned int uint32;        // 32 bits
+typedef int int32;                  // 32 bits, signed
+typedef unsigned long long uint64;  // 64 bits, "%llu"
+typedef long long int64;            // 64 bits, signed, "%lld"
+typedef unsigned char boolean;      // a truth value: 0 is false, anything else true
 
 static_assert(CHAR_BIT == 8, "a byte buffer holds octets");
 static_assert(sizeof(utf16) == 2 && sizeof(uint32) == 4 && sizeof(uint64) == 8,

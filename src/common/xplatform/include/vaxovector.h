@@ -83,6 +83,7 @@ constexpr std::size_t ByteCount(uint32 count, std::size_t size, std::size_t max)
 // elements move them, and erase at the front without touching the rest.
 template <class T>
 struct moves_like_copy : std::false_type {};
+// A shared pointer that is moved from is as good as destroyed.
 template <class T>
 struct moves_like_copy<std::shared_ptr<T>> : std::true_type {};
 
@@ -94,15 +95,17 @@ public:
     // be dereferenced, and neither must end().
     class iterator {
     public:
+        // What algorithms may ask of it.
         typedef std::bidirectional_iterator_tag iterator_category;
-        typedef T value_type;
-        typedef std::ptrdiff_t difference_type;
-        typedef T* pointer;
-        typedef T& reference;
+        typedef T value_type;                    // an element
+        typedef std::ptrdiff_t difference_type;  // unused: iterators have no difference
+        typedef T* pointer;                      // what `->` gives
+        typedef T& reference;                    // what `*` gives
 
         iterator() = default;
-        explicit iterator(T* item) : m_Item(item) {}
+        explicit iterator(T* item) : m_Item(item) {}  // at that slot; null is allowed
 
+        // One slot on, or back.
         iterator& operator++() { return *this = *this + 1; }
         iterator operator++(int) { return std::exchange(*this, *this + 1); }
         iterator& operator--() {
@@ -114,16 +117,19 @@ public:
             --*this;
             return before;
         }
+        // `count` slots on.
         iterator operator+(uint32 count) const {
             return iterator(m_Item == nullptr ? nullptr : m_Item + count);
         }
 
-        T& operator*() const { return *m_Item; }
+        T& operator*() const { return *m_Item; }  // the element
         T* operator->() const { return m_Item; }
 
+        // At the same slot.
         bool operator==(const iterator& other) const { return m_Item == other.m_Item; }
         bool operator!=(const iterator& other) const { return m_Item != other.m_Item; }
 
+        // Exchanges the positions.
         void swap(iterator& other) noexcept { std::swap(m_Item, other.m_Item); }
 
     private:
@@ -150,31 +156,34 @@ public:
     bool operator==(const vector& other) const;
     bool operator!=(const vector& other) const { return !(*this == other); }
 
-    uint32 size() const { return m_ItemCount; }
-    uint32 GetItemCount() const { return m_ItemCount; }
-    uint32 capacity() const { return m_Capacity & ~kLeadFlag; }
-    bool empty() const { return m_ItemCount == 0; }
+    uint32 size() const { return m_ItemCount; }                  // elements
+    uint32 GetItemCount() const { return m_ItemCount; }          // the same
+    uint32 capacity() const { return m_Capacity & ~kLeadFlag; }  // slots
+    bool empty() const { return m_ItemCount == 0; }              // holds no elements
 
     // The element at an index that must exist; a debug build asserts it.
     T& operator[](uint32 index) { return *Existing(index); }
     const T& operator[](uint32 index) const { return *Existing(index); }
-    T& front() { return *Existing(0); }
+    T& front() { return *Existing(0); }  // the first element, which must exist
     const T& front() const { return *Existing(0); }
-    T& back() { return *Existing(m_ItemCount - 1); }
+    T& back() { return *Existing(m_ItemCount - 1); }  // the last element, which must exist
     const T& back() const { return *Existing(m_ItemCount - 1); }
 
     // The same, answering null when there is no such element.
     T* GetItem(uint32 index) { return index < m_ItemCount ? m_Items + index : nullptr; }
     const T* GetItem(uint32 index) const { return index < m_ItemCount ? m_Items + index : nullptr; }
-    T* GetFirstItem() { return GetItem(0); }
+    T* GetFirstItem() { return GetItem(0); }  // null when empty
     const T* GetFirstItem() const { return GetItem(0); }
-    T* GetLastItem() { return empty() ? nullptr : m_Items + m_ItemCount - 1; }
+    T* GetLastItem() { return empty() ? nullptr : m_Items + m_ItemCount - 1; }  // null when empty
     const T* GetLastItem() const { return empty() ? nullptr : m_Items + m_ItemCount - 1; }
 
     // The first element and one past the last; both null when there is none.
     iterator begin() { return iterator(empty() ? nullptr : m_Items); }
+    // One past the last.
     iterator end() { return iterator(empty() ? nullptr : m_Items + m_ItemCount); }
+    // As begin() of an array that changes.
     const T* begin() const { return empty() ? nullptr : m_Items; }
+    // One past the last.
     const T* end() const { return empty() ? nullptr : m_Items + m_ItemCount; }
 
     // True when an element equals `value` by ==.
@@ -185,7 +194,7 @@ public:
 
     // Appends a copy of `item`. The two are the same.
     int32 Add(const T& item);
-    int32 push_back(const T& item) { return Add(item); }
+    int32 push_back(const T& item) { return Add(item); }  // the same as Add
 
     // Inserts `count` copies of `value` before `position`; a null iterator and
     // end() append. -1 when `position` is not of this array, or without storage.
@@ -216,7 +225,7 @@ public:
     // unchanged, when there is none. The caller frees it with Deallocate, which
     // runs no destructors and ignores null.
     T* Allocate(uint32 count, uint32& newCapacity) const;
-    static void Deallocate(T* items);
+    static void Deallocate(T* items);  // frees what Allocate gave
 
 private:
     struct Replaced;

@@ -7,6 +7,7 @@
 
 namespace vaxostl {
 
+// The element for a constructor: to be moved from where nobody can tell, else to be copied.
 template <class T>
 std::conditional_t<moves_like_copy<T>::value, T&&, const T&> MovedOrCopied(T& item) {
     return static_cast<std::conditional_t<moves_like_copy<T>::value, T&&, const T&>>(item);
