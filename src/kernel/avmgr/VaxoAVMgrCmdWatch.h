@@ -30,31 +30,32 @@
 
 // A command as the log names it, with its times.
 struct VaxoAVMgrCmdNote {
-    const void* id = nullptr;  // tells records apart; points to nothing
-    VaxoAVMgrCmdType type = SyncCmd;
-    uint64 number = 0;
-    vaxo::strutf8 text;
-    std::chrono::steady_clock::time_point since;
-    bool isSinceKnown = false;
+    const void* id = nullptr;                     // tells records apart; points to nothing
+    VaxoAVMgrCmdType type = SyncCmd;              // its kind
+    uint64 number = 0;                            // its call number
+    vaxo::strutf8 text;                           // as the log shows it
+    std::chrono::steady_clock::time_point since;  // when it came into its state
+    bool isSinceKnown = false;                    // false: before the watch
 };
 
 // How a newcomer was received.
 struct VaxoAVMgrCmdDecision {
-    VaxoAVMgrCmdJoinResult result = CmdJoin_CoExist;
-    VaxoAVMgrCmdNote newcomer;
+    VaxoAVMgrCmdJoinResult result = CmdJoin_CoExist;  // what was decided
+    VaxoAVMgrCmdNote newcomer;                        // about this one
     VaxoAVMgrCmdNote former;  // what was removed, or what refused; nothing for CmdJoin_CoExist
 };
 
 // Where the command stands that runs or holds the queue.
 enum VaxoAVMgrCmdPhase : int32 {
-    CmdPhase_None = 0,
+    CmdPhase_None = 0,     // there is none
     CmdPhase_Running = 1,  // in its execute function
     CmdPhase_Held = 2,     // has run; its completion is not reported yet
 };
 
+// What Read() gives.
 struct VaxoAVMgrCmdNotes {
-    bool isOn = false;
-    VaxoAVMgrCmdPhase phase = CmdPhase_None;
+    bool isOn = false;                           // whether anything is noted
+    VaxoAVMgrCmdPhase phase = CmdPhase_None;     // of `current`
     VaxoAVMgrCmdNote current;                    // unless the phase is None
     std::deque<VaxoAVMgrCmdNote> waiting;        // the oldest ones, oldest first
     std::size_t waitingCount = 0;                // all of them
@@ -63,18 +64,19 @@ struct VaxoAVMgrCmdNotes {
 
 class CVaxoAVMgrCmdWatch {
 public:
-    static constexpr std::size_t kMostWaiting = 256;  // that Read() copies
-    static constexpr std::size_t kMostDecisions = 64;
+    static constexpr std::size_t kMostWaiting = 256;   // that Read() copies
+    static constexpr std::size_t kMostDecisions = 64;  // that are kept
 
     CVaxoAVMgrCmdWatch() = default;
     CVaxoAVMgrCmdWatch(const CVaxoAVMgrCmdWatch&) = delete;
     CVaxoAVMgrCmdWatch& operator=(const CVaxoAVMgrCmdWatch&) = delete;
 
+    // Between Begin and End. Any thread.
     bool IsOn() const { return m_isOn.load(std::memory_order_relaxed); }
 
     // Both under the list's lock, so that no note falls between. Begin forgets what was.
     void Begin();
-    void End();
+    void End();                                  // forgets as well
     void WaitsAlready(const VaxoAVMgrCmd& cmd);  // after Begin, for each, oldest first
 
     // Under the list's lock, before the list changes. The first three may throw std::bad_alloc;
@@ -84,16 +86,19 @@ public:
             NoteAdded(cmd);
         }
     }
+    // `newcomer` made `former` pointless.
     void Removed(const VaxoAVMgrCmd& former, const VaxoAVMgrCmd& newcomer) {
         if (IsOn()) {
             NoteRemoved(former, newcomer);
         }
     }
+    // `former` made `newcomer` pointless.
     void Refused(const VaxoAVMgrCmd& newcomer, const VaxoAVMgrCmd& former) {
         if (IsOn()) {
             NoteRefused(newcomer, former);
         }
     }
+    // It is about to run. Does not throw.
     void Popped(const VaxoAVMgrCmd& cmd) {
         if (IsOn()) {
             NotePopped(cmd);

@@ -51,17 +51,19 @@ enum VaxoLiveDecisionKind : int32 {
     VaxoLiveDecision_Refused = 2,  // a waiting call made it pointless
 };
 
+// One call that was received, and how.
 struct VaxoLiveDecision {
-    VaxoLiveDecisionKind kind = VaxoLiveDecision_Stored;
-    VaxoLiveCall call;   // the newcomer
+    VaxoLiveDecisionKind kind = VaxoLiveDecision_Stored;  // how
+    VaxoLiveCall call;                                    // the newcomer
     VaxoLiveCall other;  // the one removed or the one that refused; empty texts for Stored
 };
 
+// The queue at one moment.
 struct VaxoLiveQueueDump {
     // False while not watched: then only `phase` and `current` are known, and of SyncCmds nothing.
     bool watched = false;
-    VaxoLiveCallPhase phase = VaxoLiveCall_None;
-    VaxoLiveCall current;
+    VaxoLiveCallPhase phase = VaxoLiveCall_None;  // of `current`
+    VaxoLiveCall current;                         // the one that runs or holds the queue
     vaxo::strutf8 awaited;  // the event that ends a held call, as "OnPlayStateUpdate(alpha)"
     vaxostl::vector<VaxoLiveCall> waiting;        // oldest first, at most 256
     uint32 waitingCount = 0;                      // all of them
