@@ -129,8 +129,9 @@ public:
     // Lets go of the engine, which ends what it was doing.
     virtual int Uninit() = 0;
 
-    // Sends the log file to the service. Fails without a signing key. An engine need
-    // not implement it: this body uploads nothing and says so.
+    // Sends the log file to the service. Fails before the first entry into a channel, which
+    // sets what uploads are signed with, and without a signing key. An engine need not
+    // implement it: this body uploads nothing and says so.
     virtual int UploadLog() { return -1; }
 
     // The callback is held weakly, an expired or empty one is accepted: then events are

@@ -15,7 +15,7 @@
 //   waits for the engine, but Logout: it asks the engine for its stream list on the
 //   calling thread.
 // - All other engine calls happen on worker 0, one at a time. Events reach the
-//   application on worker 2, the two snapshots on the engine's thread.
+//   application on worker 2, the two snapshots on the thread the engine reports them on.
 // - The proxy holds no lock while it calls anything.
 // - What an engine's event carries is copied before the event method returns.
 // - The signing key is copied into the command and from there to the engine, nowhere

@@ -11,11 +11,13 @@
 // nothing and will cause no event.
 //
 // Every accepted request is answered by exactly one event, at most 10 s later, also when
-// there is nothing to do:
+// there is nothing to do. (The proxy makes the next one when that has come. A caller who does
+// not wait hears one answer for both where the newer request overtakes the older.)
 //
 //   Request          Answer                 Value and meaning
 //   GetStreamList    OnGetStreamList        0 entered; then each stream as OnStreamUpdate
 //     (entering)                              (CompleteStreamList) and OnCountsUpdate
+//                                             (not when already there)
 //                                           1 the channel service cannot be reached
 //                                           2 identifier or key not accepted
 //                                           3 accepted, but not for this channel
@@ -31,7 +33,8 @@
 //                                             in time, or the capture cannot start
 //   StopPublishing   OnPublishStateUpdate   AVStateEnd, with the stream, or the empty text when
 //                                             nothing was published
-//   PlayStream       OnPlayStateUpdate      AVStateBegin       the first picture is shown
+//   PlayStream       OnPlayStateUpdate      AVStateBegin       the first picture is shown; without
+//                                             pictures, the sound is there
 //                                           NoStreamError      not in the channel's list, or not
 //                                             at the server
 //                                           FetchStreamError   in no channel, no media address
