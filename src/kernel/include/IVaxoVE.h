@@ -95,9 +95,9 @@ public:
     // By number; see above.
     virtual void OnVideoSizeChanged(unsigned long long ddwStreamID, int width, int height) = 0;
 
-    // The picture asked for with TakeSnapshotPreview. Both kinds of pictures
-    // come on the engine's thread, unlike all other events, and the image is there
-    // for the length of the call only: take what you need and return soon. Do not
+    // The picture asked for with TakeSnapshotPreview. Both kinds of pictures come on the
+    // thread that the engine reports them on, unlike all other events, and the image is
+    // there for the length of the call only: take what you need and return soon. Do not
     // call a getter here unless the engine in use allows it.
     virtual void OnPreviewSnapshot(void* pImage) = 0;
     // The picture asked for with TakeSnapshotRender; as above.
