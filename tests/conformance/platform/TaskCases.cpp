@@ -15,8 +15,8 @@ namespace {
 const char* const s_drained = "a worker to run the calls that were pushed";
 
 void MustStart(const Worker& worker) {
-    Require(worker.Start(), "Start answered false");
     WaitingFor(s_drained);
+    Require(worker.Start(), "Start answered false");
 }
 
 void InOrder() {
@@ -191,8 +191,8 @@ void CopyMayPush() {
     CVAXOEvent done(true, false);
     Push(task, target, nullptr,
          [task, &target, &done] { Push(task, target, [&done] { done.Post(); }); });
-    MustStart(worker);
     WaitingFor("a push from the destructor of a copy");
+    Require(worker.Start(), "Start answered false");
     done.Wait(-1);
     worker.Drain();
 }
