@@ -2,6 +2,7 @@
 #include <atomic>
 #include <chrono>
 #include <limits>
+#include <vector>
 
 #include "conformance/platform/Kit.h"
 #include "vaxoevent.h"
@@ -203,20 +204,21 @@ void ManualReleasesAll() {
 // touches the event afterwards shows under the address sanitizer, or crashes.
 void DestroyedAtOnce() {
     const int rounds = Rounds(5000);
-    for (int kind : {automatic, manual}) {
+    for (const int32 kind : {automatic, manual}) {
         std::vector<hvaxoevent> events;
+        events.reserve(static_cast<std::size_t>(rounds));
         for (int round = 0; round < rounds; ++round) {
             events.push_back(vaxoevent_create(kind, 0));
         }
         const std::vector<hvaxoevent> handed = events;
         WaitingFor("a signal to wake the thread that waits for it");
         Together({[&] {
-                      for (const hvaxoevent event : handed) {
+                      for (vaxoevent_t* const event : handed) {
                           vaxoevent_signal(event);
                       }
                   },
                   [&] {
-                      for (const hvaxoevent event : events) {
+                      for (vaxoevent_t* const event : events) {
                           vaxoevent_wait(event);
                           vaxoevent_destory(event);
                       }
