@@ -59,7 +59,7 @@ struct Planted {
     const char* seen;
 
     // The case never ends, so the kit's limit is what finds it.
-    bool IsEndless() const { return std::string(seen).find("last waited for") == 0; }
+    bool IsEndless() const { return std::string(seen).find("waiting for") == 0; }
 };
 
 void PrintTo(const Planted& planted, std::ostream* out) {
@@ -72,19 +72,19 @@ const Planted s_planted[] = {
     {"mutex-try-always-true", "mutex/try-answers", "false when the mutex is held",
      "a try answered true while another thread held the mutex"},
     {"readers-exclude", "rwlock/readers-share", "Many readers hold the lock at once",
-     "last waited for: a second reader to come in beside the first"},
+     "waiting for: a second reader to come in beside the first"},
     {"writer-beside-readers", "rwlock/try-beside-reader", "others may read and not write",
      "beside a reader a try to write answered true"},
     {"writer-starves", "rwlock/writer-not-starved", "A stream of readers does not starve a writer",
-     "last waited for: a writer that waits to hold new readers back"},
+     "waiting for: a writer that waits to hold new readers back"},
     {"event-loses-a-set", "event/kept", "A signal given before the wait is not lost",
      "a signal that nobody waited for was lost"},
     {"event-never-resets", "event/auto-resets", "ends one wait",
      "a wait did not use up the signal"},
     {"event-always-resets", "event/manual-stays", "stays signalled until the reset",
-     "last waited for: a second wait to pass a manual-reset event"},
+     "waiting for: a second wait to pass a manual-reset event"},
     {"event-forgets-to-wake", "event/ping-pong", "No wake-up is lost",
-     "last waited for: a signal to wake the thread that waits for it"},
+     "waiting for: a signal to wake the thread that waits for it"},
     {"event-reset-does-nothing", "event/reset-takes-back", "A reset takes a signal back",
      "a reset left the event signalled"},
     {"event-no-time", "event/times-out", "A wait ends for its time-out, not before it",
@@ -107,9 +107,9 @@ const Planted s_planted[] = {
     {"task-keeps-a-copy", "task/copy-goes-before-the-next", "before the next call begins",
      "a copy was not destroyed right after its run"},
     {"task-destroys-under-its-lock", "task/copy-may-push", "no lock is held",
-     "last waited for: a push from the destructor of a copy"},
+     "waiting for: a push from the destructor of a copy"},
     {"task-push-waits", "task/push-never-waits", "A push never waits for a call that runs",
-     "last waited for: pushes to return while a call runs"},
+     "waiting for: pushes to return while a call runs"},
     {"task-started-by-a-push", "task/before-the-start", "wait for it",
      "a push started a worker unasked"},
     {"task-keeps-what-never-ran", "worker/retired-unstarted", "there and then",

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <set>
 #include <thread>
 
 namespace conformance {
@@ -12,6 +13,7 @@ namespace {
 struct Stage {
     std::mutex lock;
     std::condition_variable changed;
+    std::multiset<std::string> waits;  // of all threads, now
     bool isOver = false;
 };
 
@@ -24,6 +26,28 @@ Stage& TheStage() {
 std::atomic<const Case*> g_case{nullptr};
 std::atomic<const char*> g_waitingFor{nullptr};
 std::mutex g_report;  // locked once: of two threads that fail one reports
+
+// While it lives the thread waits for that; the stage is locked at its beginning and end.
+class Wait {
+public:
+    explicit Wait(const char* what) : m_own(TheStage().waits.insert(what)) {}
+    ~Wait() { TheStage().waits.erase(m_own); }
+    Wait(const Wait&) = delete;
+    Wait& operator=(const Wait&) = delete;
+
+private:
+    const std::multiset<std::string>::iterator m_own;
+};
+
+// With the stage locked: what the threads of a case that does not end wait for.
+std::string Waits() {
+    std::string all;
+    for (const std::string& wait : TheStage().waits) {
+        all += (all.empty() ? "" : "; ") + wait;
+    }
+    const char* const last = g_waitingFor;
+    return !all.empty() ? all : last != nullptr ? last : "a call of the layer to return";
+}
 
 }  // namespace
 
@@ -62,10 +86,13 @@ void WaitingFor(const char* what) {
 }
 
 void Poll(const char* what, const std::function<bool()>& holds) {
-    WaitingFor(what);
+    std::unique_lock<std::mutex> guard(TheStage().lock);
+    const Wait wait(what);
+    guard.unlock();
     while (!holds()) {
         std::this_thread::yield();
     }
+    guard.lock();
 }
 
 void Flag::Raise() {
@@ -75,8 +102,8 @@ void Flag::Raise() {
 }
 
 void Flag::Await(const char* what) const {
-    WaitingFor(what);
     std::unique_lock<std::mutex> guard(TheStage().lock);
+    const Wait wait(what);
     TheStage().changed.wait(guard, [this] { return IsRaised(); });
 }
 
@@ -88,9 +115,7 @@ void RunOnThreads(const Case& one, std::chrono::seconds limit) {
     std::thread watch([&stage, limit] {
         std::unique_lock<std::mutex> guard(stage.lock);
         if (!stage.changed.wait_for(guard, limit, [&stage] { return stage.isOver; })) {
-            const char* const what = g_waitingFor;
-            Break("no end within " + std::to_string(limit.count()) + " s; last waited for: " +
-                  (what == nullptr ? "a call of the layer to return" : what));
+            Break("no end within " + std::to_string(limit.count()) + " s; waiting for: " + Waits());
         }
     });
     one.run();
