@@ -22,6 +22,7 @@ Ended RunKit(const std::string& fault, const std::vector<std::string>& words) {
     std::vector<std::string> all = {VAXO_TOY_KIT, "--leave-out", "names"};
     all.insert(all.end(), words.begin(), words.end());
     std::vector<char*> arguments;
+    arguments.reserve(all.size() + 1);
     for (std::string& word : all) {
         arguments.push_back(word.data());
     }

@@ -39,17 +39,16 @@ bool Understand(int argc, char** argv, Wish* wish) {
                                                             {"file", needs_file}};
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
+        const bool hasValue = i + 1 < argc;
         if (word == "--list") {
             wish->list = true;
         } else if (word.compare(0, 2, "--") != 0) {
             wish->names.push_back(word);
-        } else if (i + 1 == argc) {
-            return false;
-        } else if (word == "--leave-out" && s_needs.count(argv[i + 1]) != 0) {
+        } else if (hasValue && word == "--leave-out" && s_needs.count(argv[i + 1]) != 0) {
             wish->leftOut |= s_needs.at(argv[++i]);
-        } else if (word == "--limit") {
+        } else if (hasValue && word == "--limit") {
             wish->limit = std::strtol(argv[++i], nullptr, 10);
-        } else if (word == "--expect") {
+        } else if (hasValue && word == "--expect") {
             wish->expect = std::strtol(argv[++i], nullptr, 10);
         } else {
             return false;
