@@ -65,6 +65,12 @@ void CVAXOTaskBase::Impl::Add(std::unique_ptr<CScopeCall> call) {
     changed.notify_all();
 }
 
+// Calls that a fault leaves undestroyed.
+static std::deque<std::unique_ptr<CScopeCall>>& Never() {
+    static auto& s_never = *new std::deque<std::unique_ptr<CScopeCall>>();
+    return s_never;
+}
+
 CVAXOTaskBase::CVAXOTaskBase(const char* /*name*/, ethread_priority /*priority*/)
     : m_threadid(0), m_pImpl(std::make_shared<Impl>()) {}
 
@@ -73,8 +79,7 @@ CVAXOTaskBase::~CVAXOTaskBase() {
     const std::lock_guard<std::mutex> guard(m_pImpl->mutex);
     m_pImpl->isRetired = true;
     if (!m_pImpl->hasThread) {
-        static auto& s_never = *new std::deque<std::unique_ptr<CScopeCall>>();
-        (toy::Is("task-keeps-what-never-ran") ? s_never : rest).swap(m_pImpl->calls);
+        (toy::Is("task-keeps-what-never-ran") ? Never() : rest).swap(m_pImpl->calls);
     }
     m_pImpl->changed.notify_all();
     while (!rest.empty()) {
