@@ -210,10 +210,9 @@ void DestroyedAtOnce() {
         for (int round = 0; round < rounds; ++round) {
             events.push_back(vaxoevent_create(kind, 0));
         }
-        const std::vector<hvaxoevent> handed = events;
         WaitingFor("a signal to wake the thread that waits for it");
         Together({[&] {
-                      for (vaxoevent_t* const event : handed) {
+                      for (vaxoevent_t* const event : events) {
                           vaxoevent_signal(event);
                       }
                   },
