@@ -41,6 +41,7 @@ void vaxothread_set_name(const char* /*name*/) {}
 struct CVAXOTaskBase::Impl {
     std::string name;
     int thread = -1;  // not started
+    bool isStarting = false;
     bool retired = false;
     uint32 pushes = 0;
     std::deque<std::unique_ptr<CScopeCall>> calls;
@@ -84,12 +85,16 @@ CVAXOTaskBase::~CVAXOTaskBase() {
 }
 
 bool CVAXOTaskBase::Start() {
-    explore::Reach(Kind::WorkerStart, m_pImpl.get());
-    if (m_pImpl->thread < 0) {
-        const std::shared_ptr<Impl> impl = m_pImpl;
+    const std::shared_ptr<Impl> impl = m_pImpl;
+    // To spawn is a step as well: whoever starts it meanwhile waits for the first.
+    explore::Reach(Kind::WorkerStart, impl.get(), [impl] { return !impl->isStarting; });
+    const explore::Unseen unseen;
+    if (impl->thread < 0) {
+        impl->isStarting = true;
         impl->thread = explore::Spawn(
             impl->name, [impl] { Impl::Serve(impl); }, explore::Kept::AsWorker);
         m_threadid = 100 + impl->thread;
+        impl->isStarting = false;
     }
     return true;
 }

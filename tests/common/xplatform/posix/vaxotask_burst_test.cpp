@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-#include "taskfixture.h"
+#include "conformance/platform/TaskFixture.h"
 #include "vaxoevent.h"
 #include "vaxotask.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "taskfixture.h"
+#include "conformance/platform/TaskFixture.h"
 #include "threadtools.h"
 #include "vaxoevent.h"
 #include "vaxotask.h"

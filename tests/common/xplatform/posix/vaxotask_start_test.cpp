@@ -11,7 +11,7 @@
 #include <string>
 #include <system_error>
 
-#include "taskfixture.h"
+#include "conformance/platform/TaskFixture.h"
 #include "threadtools.h"
 #include "vaxoevent.h"
 #include "vaxotask.h"

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "taskfixture.h"
+#include "conformance/platform/TaskFixture.h"
 #include "threadtools.h"
 #include "vaxoevent.h"
 #include "vaxothread.h"

@@ -1,6 +1,6 @@
 // A worker and something for it to do.
-#ifndef VAXO_TESTS_TASKFIXTURE_H
-#define VAXO_TESTS_TASKFIXTURE_H
+#ifndef VAXO_TESTS_CONFORMANCE_PLATFORM_TASKFIXTURE_H
+#define VAXO_TESTS_CONFORMANCE_PLATFORM_TASKFIXTURE_H
 
 #include <functional>
 #include <string>
