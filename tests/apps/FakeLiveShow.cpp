@@ -3,12 +3,15 @@
 // into the file VAXO_FAKE_JOURNAL, one a line. All events come from inside the calls.
 //
 //   streams=a,b     listed on entry          added=c, gone=a   change right after
-//   entry=5         the error of the entry; never: no answer; refuse: the call fails
+//   entry=5         the error of the entry; never: no answer; refuse: the call fails;
+//                   late: an answer when there is a file like the journal's with ".go"
 //   publish=3       the state of the answer; never; ends: begins, and is over at once
 //   play=6          the state of the answer; never; ends
 //   picture=none    no snapshot ever comes   logout=never      no answer
 //   upload=failed   what the log says about it; never, refuse; again: done at the second
 //                   attempt; whole: done, with the file's own length; full: no room, ever
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -265,6 +268,10 @@ int CVaxoLiveShow::GetStreamList(vaxo::strutf8 userID, vaxo::strutf8 userName,
     const std::string answer = Script("entry");
     if (answer == "refuse") {
         return -1;
+    }
+    const std::string gate = Environment("VAXO_FAKE_JOURNAL") + ".go";
+    for (int i = 0; i < 3000 && answer == "late" && !std::filesystem::exists(gate); ++i) {
+        ::usleep(10000);
     }
     if (answer != "never") {
         m_pImpl->App()->OnGetStreamList(static_cast<unsigned int>(std::atoi(answer.c_str())));
