@@ -20,6 +20,8 @@ constexpr std::chrono::milliseconds kSnapshotAgain{500};
 
 constexpr std::chrono::hours kFarAway{24 * 300};  // an end that nobody asked for
 
+constexpr std::chrono::milliseconds kRoundUp{999};
+
 // "1:05", "2:00:07"
 std::string ClockText(Visit::Clock::duration time) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time).count();
@@ -244,7 +246,7 @@ void Visit::ShowStatus(Clock::time_point end) {
         const bool isNear = end > now && end - now < kFarAway;
         pieces.insert(pieces.begin(),
                       {ClockText(now - m_entered) +
-                       (isNear ? ", " + ClockText(end - now) + " left" : "") + " | "});
+                       (isNear ? ", " + ClockText(end - now + kRoundUp) + " left" : "") + " | "});
     }
     m_report->status.Show(pieces);
     TellDevices();

@@ -104,7 +104,7 @@ TEST(ManPageTest, HasEverySectionCommandOptionAndExitCode) {
         }
     }
     for (const ExitText& text : kExitTexts) {
-        EXPECT_TRUE(Contains(page, std::string(text.when))) << text.when;
+        EXPECT_TRUE(Contains(page, marked(text.when))) << text.when;
     }
 }
 

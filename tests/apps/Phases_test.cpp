@@ -51,7 +51,7 @@ TEST_P(PhasesTest, SignalLeavesTheChannelProperly) {
 INSTANTIATE_TEST_SUITE_P(
     Commands, PhasesTest,
     testing::Values(Phase{"PublishEntering", {"publish"}, "entry=late", "Enter", 0},
-                    Phase{"PublishBeginning", {"publish"}, "publish=never", "StartPublishing", 0},
+                    Phase{"PublishBeginning", {"publish"}, "publish=late", "StartPublishing", 0},
                     Phase{"PublishLive", {"publish"}, "", "StartPublishing", 0},
                     Phase{"PublishTyping", {"publish", "--interactive"}, "", "StartPublishing", 0},
                     Phase{"PublishBeforeItsSnapshot",
@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
                           0},
                     Phase{"PlayEntering", {"play"}, "entry=late;streams=a", "Enter", 0},
                     Phase{"PlayWithoutAStream", {"play"}, "", "Enter", 0},
-                    Phase{"PlayBeginning", {"play"}, "streams=a;play=never", "PlayStream", 0},
+                    Phase{"PlayBeginning", {"play"}, "streams=a;play=late", "PlayStream", 0},
                     Phase{"PlayLive", {"play"}, "streams=a", "PlayStream", 0},
                     Phase{"ListEntering", {"list"}, "entry=late;streams=a", "Enter", 0},
                     Phase{"ListFollowing", {"list", "--follow"}, "streams=a", "Enter", 0},

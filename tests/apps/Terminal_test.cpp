@@ -72,21 +72,28 @@ TEST_F(TerminalTest, WaitingForTheChannelIsShownUntilItIsOver) {
     EXPECT_TRUE(Contains(app->Output(), "a  \"say")) << app->Output();
 }
 
-TEST_F(TerminalTest, WaitingForStreamPublishPlayAndUploadIsShown) {
-    const auto none = OnTerminal({"play"}, "");
-    EXPECT_TRUE(none->AwaitError("waiting for a stream, 0:0")) << none->Error();
-    const auto publish = OnTerminal({"publish"}, "publish=never");
-    EXPECT_TRUE(publish->AwaitError("waiting for the publish to begin, 0:0")) << publish->Error();
-    const auto play = OnTerminal({"play"}, "streams=a;play=never");
-    EXPECT_TRUE(play->AwaitError("waiting for the play to begin, 0:0")) << play->Error();
-    PutFile("app.log", std::string(1000, 'x') + "\n");
-    const auto upload = OnTerminal({"upload-log", "--log", Path("app.log")}, "upload=never");
-    EXPECT_TRUE(upload->AwaitError("uploading the log, ")) << upload->Error();
-    EXPECT_TRUE(upload->AwaitError(" bytes, 0:0")) << upload->Error();
-    for (AppProcess* const app : {none.get(), publish.get(), play.get()}) {
+TEST_F(TerminalTest, WaitingForStreamPublishAndPlayIsShown) {
+    const std::vector<std::vector<std::string>> phases = {
+        {"play", "", "waiting for a stream, 0:0"},
+        {"publish", "publish=late", "waiting for the publish to begin, 0:0"},
+        {"play", "streams=a;play=late", "waiting for the play to begin, 0:0"}};
+    for (const auto& phase : phases) {
+        const auto app = OnTerminal({phase[0]}, phase[1]);
+        EXPECT_TRUE(app->AwaitError(phase[2])) << app->Error();
         app->Signal(SIGINT);
+        EXPECT_TRUE(app->AwaitError("leaving;")) << app->Error();
+        LetIn();
         EXPECT_EQ(app->End(), 0) << app->Error();
+        std::filesystem::remove(Path("journal.go"));
     }
+}
+
+TEST_F(TerminalTest, UploadShowsHowMuchAndForHowLong) {
+    const auto app = OnTerminal({"upload-log", "--log", Path("app.log")}, "upload=never");
+    EXPECT_TRUE(app->AwaitError("uploading the log, ")) << app->Error();
+    EXPECT_TRUE(app->AwaitError(" bytes, 0:0")) << app->Error();
+    app->Signal(SIGINT);
+    EXPECT_EQ(app->End(), 7) << app->Error();
 }
 
 TEST_F(TerminalTest, RunWithADurationShowsWhatIsLeft) {
