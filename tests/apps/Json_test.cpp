@@ -72,10 +72,13 @@ TEST_F(JsonTest, PublishTellsItsEventsInPlaceOfLinesForPeople) {
                             "--events", Path("events")});
     EXPECT_EQ(app->End(), 0) << app->Error();
     EXPECT_EQ(app->Error(), "");
-    const std::vector<std::string> kinds = Kinds(app->Output());
-    const std::vector<std::string> wanted = {"start",    "entered",   "counts", "publish-start",
-                                             "publish",  "published", "stats",  "preview-snapshot",
-                                             "snapshot", "publish",   "left",   "end"};
+    std::vector<std::string> kinds = Kinds(app->Output());
+    const auto counts = std::find(kinds.begin(), kinds.end(), "counts");
+    ASSERT_NE(counts, kinds.end());
+    kinds.erase(counts);  // the service's, at any moment after the entry
+    const std::vector<std::string> wanted = {
+        "start",    "entered", "publish-start", "publish", "published", "stats", "preview-snapshot",
+        "snapshot", "publish", "left",          "end"};
     EXPECT_EQ(kinds, wanted);
     EXPECT_EQ(app->Output(), Content("events"));
 }
