@@ -22,17 +22,12 @@ constexpr std::chrono::hours kFarAway{24 * 300};  // an end that nobody asked fo
 
 constexpr std::chrono::milliseconds kRoundUp{999};
 
-// "1:05", "2:00:07"
+// "1:05", "120:07"
 std::string ClockText(Visit::Clock::duration time) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time).count();
     char text[64];
-    if (seconds < 3600) {
-        std::snprintf(text, sizeof(text), "%d:%02d", static_cast<int>(seconds / 60),
-                      static_cast<int>(seconds % 60));
-    } else {
-        std::snprintf(text, sizeof(text), "%lld:%02d:%02d", static_cast<long long>(seconds / 3600),
-                      static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60));
-    }
+    std::snprintf(text, sizeof(text), "%lld:%02d", static_cast<long long>(seconds / 60),
+                  static_cast<int>(seconds % 60));
     return text;
 }
 
