@@ -10,9 +10,12 @@ namespace vaxoapp {
 ExitCode RunInChannel(Settings settings, Needs needs, bool readLines,
                       const std::function<ExitCode(Visit&)>& inside,
                       const std::function<ExitCode(Visit&)>& before) {
-    const auto report = std::make_shared<Report>(settings.quiet);
+    const auto report = std::make_shared<Report>(settings.quiet, settings.json);
     std::string error;
     if (!ResolveSettings(settings, needs, error)) {
+        report->events.Write(
+            "failed",
+            JsonObject().Number("code", static_cast<int>(Exit_Usage)).Text("reason", error));
         report->status.Error(error);
         return Exit_Usage;
     }
@@ -21,7 +24,7 @@ ExitCode RunInChannel(Settings settings, Needs needs, bool readLines,
     if (code == Exit_Ok && before) {
         code = before(visit);
     }
-    if (code == Exit_Ok) {
+    if (code == Exit_Ok && !visit.MustStop()) {
         code = visit.Enter();
     }
     if (code == Exit_Ok && !visit.MustStop()) {
@@ -40,7 +43,7 @@ Attended Attend(Visit& visit, Console* console, Visit::Clock::time_point end,
                 const std::function<bool(const SessionState&)>& isOver) {
     constexpr std::chrono::milliseconds kStatusEvery{500};
     for (;;) {
-        visit.ShowStatus();
+        visit.ShowStatus(end);
         const Visit::Clock::time_point next = std::min(end, Visit::Clock::now() + kStatusEvery);
         const Wake wake = visit.GetSession().Wait(next, [&](const SessionState& state) {
             return isOver(state) ||

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Arguments.h"
 #include "Commands.h"
 
 namespace vaxoapp {
@@ -78,6 +79,7 @@ struct CompareOptions {
     std::string first;
     std::string second;
     double limit = 20;
+    bool json = false;
 };
 
 ExitCode Run(const CompareOptions& options) {
@@ -85,7 +87,7 @@ ExitCode Run(const CompareOptions& options) {
     Picture second;
     std::string error;
     if (!ReadPng(options.first, first, error) || !ReadPng(options.second, second, error)) {
-        std::fprintf(stderr, "vaxolive: %s\n", error.c_str());
+        StatusLine(false).Error(error);
         return Exit_Failed;
     }
     const Likeness likeness = ComparePictures(first, second);
@@ -98,6 +100,21 @@ ExitCode Run(const CompareOptions& options) {
         verdict = "different";
     }
     const bool isAlike = std::string(verdict) == "alike";
+    if (options.json) {
+        const auto size = [](const Picture& picture) {
+            return JsonObject().Number("width", picture.width).Number("height", picture.height);
+        };
+        const std::string line = JsonObject()
+                                     .Flag("alike", isAlike)
+                                     .Text("verdict", verdict)
+                                     .Real("decibels", likeness.decibels)
+                                     .Real("limit", options.limit)
+                                     .Real("contrast", likeness.contrast)
+                                     .Objects("sizes", {size(first), size(second)})
+                                     .Line();
+        std::printf("%s\n", line.c_str());
+        return isAlike ? Exit_Ok : Exit_Failed;
+    }
     std::printf("%s: %.1f dB, contrast %.1f, %dx%d and %dx%d\n", verdict, likeness.decibels,
                 likeness.contrast, first.width, first.height, second.width, second.height);
     return isAlike ? Exit_Ok : Exit_Failed;
@@ -131,10 +148,12 @@ Command AddCompare(CLI::App& app) {
     const auto options = std::make_shared<CompareOptions>();
     CLI::App* const command = app.add_subcommand(
         "compare", "Tell whether two snapshots show the same, moving parts aside (status 1: no)");
-    command->add_option("first", options->first, "PNG file")->required();
-    command->add_option("second", options->second, "PNG file")->required();
+    command->add_option("first", options->first, "PNG file")->type_name("FILE")->required();
+    command->add_option("second", options->second, "PNG file")->type_name("FILE")->required();
     command->add_option("--limit", options->limit, "Decibels that are alike enough (default 20)")
-        ->check(CLI::Range(0.0, 99.0));
+        ->type_name("DECIBELS")
+        ->check(Between(0, 99));
+    command->add_flag("--json", options->json, "One JSON object");
     return {command, [options] { return Run(*options); }};
 }
 

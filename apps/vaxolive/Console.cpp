@@ -1,7 +1,6 @@
 #include "Console.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 
 #include "Choices.h"
@@ -17,16 +16,6 @@ struct Console::Command {
     std::size_t most;
     std::function<std::string(Console&, const Arguments&)> run;
 };
-
-namespace {
-
-void Answer(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
-}
-
-}  // namespace
 
 const std::vector<Console::Command>& Console::Commands() {
     typedef Strova::CVaxoLiveProxy Live;
@@ -65,8 +54,8 @@ const std::vector<Console::Command>& Console::Commands() {
         {"end", "STREAM", 1, 1, [](Console& c, Words w) { return c.EndPlay(w); }},
         {"status", "", 0, 0, [](Console& c, Words w) { return c.Status(w); }},
         {"help", "", 0, 0,
-         [](Console&, Words) {
-             Answer(Help());
+         [](Console& c, Words) {
+             c.Answer("help", JsonObject().Text("text", Help()), Help());
              return std::string();
          }},
         {"stop", "", 0, 0,
@@ -133,7 +122,17 @@ void Console::Run(const std::string& line) {
     }
     const std::string shown = Printable(line);
     m_visit.Tell("command", JsonObject().Text("line", line).Text("error", error), "");
-    Answer(error.empty() ? "ok " + shown : "error " + shown + ": " + error);
+    if (!m_visit.GetSettings().json) {
+        m_visit.Print(error.empty() ? "ok " + shown : "error " + shown + ": " + error);
+    }
+}
+
+void Console::Answer(const char* kind, const JsonObject& fields, const std::string& line) {
+    if (m_visit.GetSettings().json) {
+        m_visit.Tell(kind, fields, "");
+    } else {
+        m_visit.Print(line);
+    }
 }
 
 std::string Console::Number(const std::string& word, int least, int most,
@@ -201,7 +200,8 @@ std::string Console::Snapshot(const Arguments& words) {
 
 std::string Console::Upload(const Arguments&) {
     std::string error;
-    UploadLog(m_visit, error);
+    unsigned long long sent = 0;
+    UploadLog(m_visit, error, sent);
     return error;
 }
 
@@ -223,7 +223,8 @@ std::string Console::EndPlay(const Arguments& words) {
 }
 
 std::string Console::Status(const Arguments&) {
-    Answer(m_visit.StatusFields().Line());
+    const JsonObject fields = m_visit.StatusFields();
+    Answer("status", fields, fields.Line());
     return {};
 }
 

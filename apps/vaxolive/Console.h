@@ -1,7 +1,8 @@
 // Commands typed in, or sent by a script, while a publish or a play runs: one a line on the
 // standard input. Each is answered on the standard output by a line "ok COMMAND" or "error
 // COMMAND: reason". For a setting, ok means that it was accepted; for a snapshot and an
-// upload, that it is done. The end of the input leaves, as "stop" does.
+// upload, that it is done. With --json the events "command", "status" and "help" answer instead.
+// The end of the input leaves, as "stop" does.
 #ifndef VAXO_APPS_CONSOLE_H
 #define VAXO_APPS_CONSOLE_H
 
@@ -33,6 +34,7 @@ private:
 
     static const std::vector<Command>& Commands();
     void Run(const std::string& line);
+    void Answer(const char* kind, const JsonObject& fields, const std::string& line);
 
     // Each answers what went wrong; empty: nothing.
     std::string Number(const std::string& word, int least, int most,

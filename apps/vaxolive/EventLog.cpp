@@ -35,16 +35,25 @@ bool EventLog::Open(const std::string& path, std::string& error) {
     return true;
 }
 
+void EventLog::CopyToOutput() {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_isCopied = true;
+}
+
 void EventLog::Write(const char* kind, const JsonObject& fields) {
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (!m_file) {
+    if (!m_file && !m_isCopied) {
         return;
     }
     JsonObject whole;
     whole.Number("ms", MonotonicMillis()).Text("event", kind).Add(fields);
     const std::string line = whole.Line() + "\n";
-    std::fwrite(line.data(), 1, line.size(), m_file.get());
-    std::fflush(m_file.get());
+    for (std::FILE* const file : {m_file.get(), m_isCopied ? stdout : nullptr}) {
+        if (file != nullptr) {
+            std::fwrite(line.data(), 1, line.size(), file);
+            std::fflush(file);
+        }
+    }
 }
 
 }  // namespace vaxoapp

@@ -33,7 +33,7 @@ Inputs::Inputs(std::shared_ptr<Session> session, bool readLines)
             ::sigaddset(&wanted, signal);
         }
     }
-    ::pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &wanted, &m_before);
     ::signal(SIGPIPE, SIG_IGN);
     m_signals = ::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
     m_end = ::eventfd(0, EFD_CLOEXEC);
@@ -46,6 +46,8 @@ Inputs::~Inputs() {
     m_thread.join();
     ::close(m_signals);
     ::close(m_end);
+    // What is left of the process can be ended as any other.
+    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 void Inputs::Run() {
@@ -82,7 +84,7 @@ void Inputs::OnSignal() {
         std::_Exit(128 + static_cast<int>(info.ssi_signo));
     }
     m_wasAsked = true;
-    m_session->PostStop();
+    m_session->AskToLeave();
 }
 
 bool Inputs::OnInput() {

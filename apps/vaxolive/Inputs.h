@@ -36,8 +36,9 @@ private:
 
     const std::shared_ptr<Session> m_session;
     bool m_readLines;
-    int m_signals = -1;  // a signalfd
-    int m_end = -1;      // an eventfd: the thread is to end
+    sigset_t m_before = {};  // what was blocked before
+    int m_signals = -1;      // a signalfd
+    int m_end = -1;          // an eventfd: the thread is to end
     bool m_wasAsked = false;
     std::string m_line;  // the beginning of a line
     bool m_isTooLong = false;

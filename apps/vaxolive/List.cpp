@@ -1,6 +1,6 @@
 #include <CLI/CLI.hpp>
-#include <cstdio>
 
+#include "Arguments.h"
 #include "Commands.h"
 
 namespace vaxoapp {
@@ -16,7 +16,7 @@ struct ListOptions {
 
 typedef std::map<std::string, StreamRow> Rows;
 
-void Print(const char* change, const StreamRow& row, const ListOptions& options) {
+void Print(Visit& visit, const char* change, const StreamRow& row, const ListOptions& options) {
     std::string line;
     if (options.json) {
         JsonObject whole;
@@ -27,8 +27,7 @@ void Print(const char* change, const StreamRow& row, const ListOptions& options)
     } else {
         line = (options.follow ? std::string(change) + "  " : "") + row.Text();
     }
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
+    visit.Print(line);
 }
 
 Rows Known(Visit& visit) {
@@ -39,25 +38,24 @@ bool IsSame(const StreamRow& a, const StreamRow& b) {
     return a.Json().Line() == b.Json().Line();
 }
 
-void PrintChanges(const Rows& before, const Rows& now, const ListOptions& options) {
+void PrintChanges(Visit& visit, const Rows& before, const Rows& now, const ListOptions& options) {
     for (const auto& [id, row] : before) {
         if (now.count(id) == 0) {
-            Print("-", row, options);
+            Print(visit, "-", row, options);
         }
     }
     for (const auto& [id, row] : now) {
         const auto former = before.find(id);
         if (former == before.end() || !IsSame(former->second, row)) {
-            Print(former == before.end() ? "+" : "*", row, options);
+            Print(visit, former == before.end() ? "+" : "*", row, options);
         }
     }
-    std::fflush(stdout);
 }
 
 ExitCode Inside(Visit& visit, const ListOptions& options) {
     visit.AwaitList();
     Rows shown = Known(visit);
-    PrintChanges({}, shown, options);
+    PrintChanges(visit, {}, shown, options);
     if (visit.GetSession().With([](const SessionState& state) { return state.isListMissing; })) {
         return visit.Fail(Exit_Channel, "the list of streams could not be had");
     }
@@ -69,7 +67,7 @@ ExitCode Inside(Visit& visit, const ListOptions& options) {
         auto last =
             visit.GetSession().With([](const SessionState& state) { return state.lastStream; });
         Rows now = Known(visit);
-        PrintChanges(shown, now, options);
+        PrintChanges(visit, shown, now, options);
         shown = std::move(now);
         const Attended attended = Attend(visit, nullptr, end, [&](const SessionState& state) {
             return state.lastStream != last;
@@ -89,7 +87,8 @@ Command AddList(CLI::App& app) {
     command->add_flag("--follow", options->follow,
                       "Go on with what changes: + added, - gone, * changed");
     command->add_option("--duration", options->duration, "Leave after so many seconds")
-        ->check(CLI::Range(0.0, 1e9));
+        ->type_name("SECONDS")
+        ->check(Between(0, 1e9));
     AddSettingsOptions(*command, options->settings);
     return {command, [options] {
                 return RunInChannel(options->settings, Needs::Service, false,

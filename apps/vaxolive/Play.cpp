@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "Arguments.h"
 #include "Choices.h"
 #include "Commands.h"
 #include "Text.h"
@@ -30,8 +31,8 @@ struct PlayOptions {
 std::vector<std::string> Choose(Visit& visit, const PlayOptions& options) {
     Session& session = visit.GetSession();
     if (options.streams.empty()) {
-        session.Wait(visit.Deadline(),
-                     [](const SessionState& state) { return !state.streams.empty(); });
+        visit.Await("waiting for a stream", visit.Deadline(),
+                    [](const SessionState& state) { return !state.streams.empty(); });
         visit.AwaitList();  // they come in any order
         return session.With([](const SessionState& state) {
             return state.streams.empty() ? std::vector<std::string>()
@@ -39,10 +40,12 @@ std::vector<std::string> Choose(Visit& visit, const PlayOptions& options) {
         });
     }
     // The engine has the last word on a stream that does not appear.
-    session.Wait(std::min(visit.Deadline(), After(kListedSoon)), [&](const SessionState& state) {
-        return std::all_of(options.streams.begin(), options.streams.end(),
-                           [&](const auto& id) { return state.streams.count(id) != 0; });
-    });
+    visit.Await("waiting for the stream", std::min(visit.Deadline(), After(kListedSoon)),
+                [&](const SessionState& state) {
+                    return std::all_of(
+                        options.streams.begin(), options.streams.end(),
+                        [&](const auto& id) { return state.streams.count(id) != 0; });
+                });
     return options.streams;
 }
 
@@ -61,7 +64,7 @@ void SetViews(Visit& visit, const PlayOptions& options, const std::vector<std::s
                 ids.push_back(windows.Id(i));
             }
         } else {
-            visit.Tell("no-screen", {}, "there is no screen: nothing is shown");
+            visit.Tell("no-screen", {}, "there is no screen: nothing is shown", Hue::Warning);
         }
     }
     for (std::size_t i = 0; i < ids.size() && i < streams.size(); ++i) {
@@ -106,11 +109,12 @@ ExitCode Result(Visit& visit, bool isTimeUp) {
 
 // Waits until each has an answer.
 ExitCode AwaitStart(Visit& visit) {
-    const Wake wake = visit.GetSession().Wait(visit.Deadline(), [](const SessionState& state) {
-        return std::all_of(state.plays.begin(), state.plays.end(), [](const auto& play) {
-            return play.second && *play.second != Mediq::TempBroken;
+    const Wake wake = visit.Await(
+        "waiting for the play to begin", visit.Deadline(), [](const SessionState& state) {
+            return std::all_of(state.plays.begin(), state.plays.end(), [](const auto& play) {
+                return play.second && *play.second != Mediq::TempBroken;
+            });
         });
-    });
     const ExitCode code = Result(visit, wake == Wake::Late);
     if (code != Exit_Ok) {
         visit.Fail(code, code == Exit_Play ? "cannot play" : "no answer to the play");
@@ -160,6 +164,7 @@ Command AddPlay(CLI::App& app) {
         ->add_option("--stream", options->streams,
                      "Stream to play, may be given again; else the channel's first by name")
         ->allow_extra_args(false)
+        ->type_name("NAME")
         ->check([](const std::string& text) {
             return text.empty() ? std::string("a stream has a name") : std::string();
         });
@@ -167,18 +172,27 @@ Command AddPlay(CLI::App& app) {
         ->add_option("--view-window", options->windows,
                      "X11 window to show it in, one for each stream in the same order")
         ->allow_extra_args(false)
-        ->check(CLI::Range(1.0, 4294967295.0));
+        ->type_name("WINDOW")
+        ->check(Between(1, 4294967295.0));
     command->add_flag("--window", options->window, "Show each in a window of its own");
-    command->add_option("--speaker", options->speaker, "Sound output of \"vaxolive devices\"");
+    command->add_option("--speaker", options->speaker, "Sound output of \"vaxolive devices\"")
+        ->type_name("DEVICE");
     command->add_flag("--no-sound", options->noSound, "Begin without sound");
     command->add_option("--duration", options->duration, "Leave after so many seconds")
-        ->check(CLI::Range(0.0, 1e9));
-    command->add_option("--snapshot", options->snapshot,
-                        "Write a picture of the first stream to this PNG file");
+        ->type_name("SECONDS")
+        ->check(Between(0, 1e9));
+    command
+        ->add_option("--snapshot", options->snapshot,
+                     "Write a picture of the first stream to this PNG file")
+        ->type_name("FILE");
     command
         ->add_option("--snapshot-after", options->snapshotAfter,
                      "Seconds after the start (default 1)")
-        ->check(CLI::Range(0.0, 1e6));
+        ->type_name("SECONDS")
+        ->check(Between(0, 1e6));
+    command->add_flag("--json", options->settings.json,
+                      "Events on the standard output, one JSON object a line, in place of lines "
+                      "for people");
     command->add_flag("--interactive", options->interactive,
                       "Take commands from the standard input; see \"help\" there");
     command->footer(Console::Help());

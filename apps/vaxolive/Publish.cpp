@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include "Arguments.h"
 #include "Choices.h"
 #include "Commands.h"
 #include "Text.h"
@@ -64,7 +65,7 @@ void ShowPreview(Visit& visit, const PublishOptions& options, Windows& windows) 
         if (windows.Open({"vaxolive: preview"}, 0, visit.SharedSession())) {
             window = windows.Id(0);
         } else {
-            visit.Tell("no-screen", {}, "there is no screen: no preview");
+            visit.Tell("no-screen", {}, "there is no screen: no preview", Hue::Warning);
         }
     }
     if (window != 0) {
@@ -83,9 +84,10 @@ ExitCode Start(Visit& visit, const std::string& stream, const std::string& title
     visit.GetSession().With([](SessionState& state) { state.isPublishAsked = true; });
     visit.Live().StartPublishing(ToVaxo(title), ToVaxo(stream),
                                  ToVaxo(visit.GetSettings().channel));
-    const Wake wake = visit.GetSession().Wait(visit.Deadline(), [](const SessionState& state) {
-        return state.publish && *state.publish != Mediq::TempBroken;
-    });
+    const Wake wake = visit.Await("waiting for the publish to begin", visit.Deadline(),
+                                  [](const SessionState& state) {
+                                      return state.publish && *state.publish != Mediq::TempBroken;
+                                  });
     if (wake == Wake::Late) {
         return visit.Fail(Exit_Timeout, "no answer to the publish");
     }
@@ -107,7 +109,7 @@ ExitCode Inside(Visit& visit, const PublishOptions& options) {
     visit.Tell(
         "published",
         JsonObject().Text("address", Unsigned(ToStd(visit.Live().GetCurrentPublishStreamURL()))),
-        "published; Ctrl-C leaves");
+        "published; Ctrl-C leaves", Hue::Good);
     Console console(visit, true);
     Console* const typed = options.interactive ? &console : nullptr;
     ExitCode code = Exit_Ok;
@@ -129,9 +131,12 @@ ExitCode Inside(Visit& visit, const PublishOptions& options) {
 }
 
 void AddPictureOptions(CLI::App& command, PublishOptions& options) {
-    command.add_option("--video", options.video, "Camera of \"vaxolive devices\", or a file");
-    command.add_option("--audio", options.audio, "Microphone of \"vaxolive devices\", or a file");
+    command.add_option("--video", options.video, "Camera of \"vaxolive devices\", or a file")
+        ->type_name("DEVICE|FILE");
+    command.add_option("--audio", options.audio, "Microphone of \"vaxolive devices\", or a file")
+        ->type_name("DEVICE|FILE");
     command.add_option("--size", options.sizeText, "Such as 640x360")
+        ->type_name("WxH")
         ->check([](const std::string& text) {
             int width = 0;
             int height = 0;
@@ -140,20 +145,26 @@ void AddPictureOptions(CLI::App& command, PublishOptions& options) {
                        : std::string("not a size such as 640x360, even numbers from 64 to 3840");
         });
     command.add_option("--bitrate", options.bitrateText, "Bits a second: 800000, 800k, 2M")
+        ->type_name("BITS")
         ->check([](const std::string& text) {
             int bitrate = 0;
             return ParseBitrate(text, bitrate) ? std::string()
                                                : std::string("not a bit rate from 32k to 20M");
         });
-    command.add_option("--fps", options.fps, "Pictures a second")->check(CLI::Range(1, 60));
+    command.add_option("--fps", options.fps, "Pictures a second")
+        ->type_name("NUMBER")
+        ->check(Between(1, 60));
     command.add_option("--rotation", options.rotation, "Degrees clockwise: 0, 90, 180 or 270")
-        ->check(CLI::IsMember({0, 90, 180, 270}));
+        ->type_name("DEGREES")
+        ->check(OneOf({"0", "90", "180", "270"}));
     command.add_option("--filter", options.filter, "Number of a filter, 0 for none")
-        ->check(CLI::Range(0, 255));
+        ->type_name("NUMBER")
+        ->check(Between(0, 255));
     command
         .add_option("--beautify", options.beautify,
-                    "sum of 1 (smooth skin), 2 (white skin), 4 (sharp outlines); 0: off")
-        ->check(CLI::Range(0, 7));
+                    "Sum of 1 (smooth skin), 2 (white skin), 4 (sharp outlines); 0: off")
+        ->type_name("SUM")
+        ->check(Between(0, 7));
     command.add_flag("--no-mic", options.noMic, "Begin with silence");
     command.add_flag("--no-cam", options.noCam, "Begin with a black picture");
 }
@@ -163,19 +174,27 @@ void AddPictureOptions(CLI::App& command, PublishOptions& options) {
 Command AddPublish(CLI::App& app) {
     const auto options = std::make_shared<PublishOptions>();
     CLI::App* const command = app.add_subcommand("publish", "Publish camera and microphone");
-    command->add_option("--stream", options->stream, "Name of the stream; else the user's");
-    command->add_option("--title", options->title, "Title for others to see");
+    command->add_option("--stream", options->stream, "Name of the stream; else the user's")
+        ->type_name("NAME");
+    command->add_option("--title", options->title, "Title for others to see")->type_name("TEXT");
     AddPictureOptions(*command, *options);
     command->add_option("--preview-window", options->previewWindow, "X11 window to show it in")
-        ->check(CLI::Range(1.0, 4294967295.0));
+        ->type_name("WINDOW")
+        ->check(Between(1, 4294967295.0));
     command->add_flag("--window", options->window, "Show it in a window of its own");
     command->add_option("--duration", options->duration, "Leave after so many seconds")
-        ->check(CLI::Range(0.0, 1e9));
-    command->add_option("--snapshot", options->snapshot, "Write a picture to this PNG file");
+        ->type_name("SECONDS")
+        ->check(Between(0, 1e9));
+    command->add_option("--snapshot", options->snapshot, "Write a picture to this PNG file")
+        ->type_name("FILE");
     command
         ->add_option("--snapshot-after", options->snapshotAfter,
                      "Seconds after the start (default 1)")
-        ->check(CLI::Range(0.0, 1e6));
+        ->type_name("SECONDS")
+        ->check(Between(0, 1e6));
+    command->add_flag("--json", options->settings.json,
+                      "Events on the standard output, one JSON object a line, in place of lines "
+                      "for people");
     command->add_flag("--interactive", options->interactive,
                       "Take commands from the standard input; see \"help\" there");
     command->footer(Console::Help());

@@ -114,19 +114,36 @@ std::string StateText(Mediq::VaxoAVState state) {
     return "state " + std::to_string(static_cast<int>(state));
 }
 
+Hue StateHue(Mediq::VaxoAVState state) {
+    if (state == Mediq::AVStateBegin) {
+        return Hue::Good;
+    }
+    return state == Mediq::AVStateEnd   ? Hue::Plain
+           : state == Mediq::TempBroken ? Hue::Warning
+                                        : Hue::Bad;
+}
+
 bool IsOver(Mediq::VaxoAVState state) {
     return state != Mediq::AVStateBegin && state != Mediq::TempBroken;
 }
 
-void Session::Tell(const char* kind, const JsonObject& fields, const std::string& line) {
+void Session::Tell(const char* kind, const JsonObject& fields, const std::string& line, Hue hue) {
     m_report->events.Write(kind, fields);
     if (!line.empty()) {
-        m_report->status.Say(line);
+        m_report->status.Say(line, hue);
     }
 }
 
 void Session::PostStop() {
     Update([](SessionState& state) { state.mustStop = true; });
+}
+
+void Session::AskToLeave() {
+    // Told under the lock: who has read it knows that nothing new will be begun.
+    Update([this](SessionState& state) {
+        state.mustStop = true;
+        Tell("leaving", {}, "leaving; once more ends at once");
+    });
 }
 
 void Session::PostLine(const std::string& line) {
@@ -161,7 +178,8 @@ void Session::OnRenderSnapshot(void* pImage, int nChannelIdx) {
 
 void Session::OnGetStreamList(unsigned int err) {
     Tell("entered", JsonObject().Number("error", err),
-         err == 0 ? "entered the channel" : "not entered: " + ChannelErrorText(err));
+         err == 0 ? "entered the channel" : "not entered: " + ChannelErrorText(err),
+         err == 0 ? Hue::Good : Hue::Bad);
     Update([&](SessionState& state) { state.entered = err; });
 }
 
@@ -180,7 +198,8 @@ void Session::OnStreamUpdate(const Strova::VaxoLiveStream& info,
         kind = "stream-list-error";
     }
     Tell(kind, row.Json(),
-         eUpdateFlag == FetchError ? "the list of streams could not be had" : text + row.Text());
+         eUpdateFlag == FetchError ? "the list of streams could not be had" : text + row.Text(),
+         eUpdateFlag == FetchError ? Hue::Warning : Hue::Plain);
     Update([&](SessionState& state) {
         state.lastStream = Clock::now();
         if (eUpdateFlag == FetchError) {
@@ -210,7 +229,7 @@ void Session::OnPublishStateUpdate(Mediq::VaxoAVState eState, const vaxo::strutf
         return;
     }
     Tell("publish", JsonObject().Text("stream", id).Text("state", Mediq::VaxoDescription(eState)),
-         "publishing " + Printable(id) + ": " + StateText(eState));
+         "publishing " + Printable(id) + ": " + StateText(eState), StateHue(eState));
     Update([&](SessionState& state) { state.publish = eState; });
 }
 
@@ -220,7 +239,7 @@ void Session::OnPlayStateUpdate(Mediq::VaxoAVState eState, const vaxo::strutf8& 
         return;
     }
     Tell("play", JsonObject().Text("stream", id).Text("state", Mediq::VaxoDescription(eState)),
-         "playing " + Printable(id) + ": " + StateText(eState));
+         "playing " + Printable(id) + ": " + StateText(eState), StateHue(eState));
     Update([&](SessionState& state) { state.plays[id] = eState; });
 }
 
@@ -243,12 +262,13 @@ void Session::OnLogout(unsigned int err) {
 
 void Session::OnDisconnected(unsigned int err, const vaxo::strutf8& liveChn) {
     Tell("disconnected", JsonObject().Number("error", err).Text("channel", ToStd(liveChn)),
-         "connection lost: " + ChannelErrorText(err));
+         "connection lost: " + ChannelErrorText(err), Hue::Warning);
     Update([&](SessionState& state) { state.isDisconnected = true; });
 }
 
 void Session::OnReconnected(const vaxo::strutf8& liveChn) {
-    Tell("reconnected", JsonObject().Text("channel", ToStd(liveChn)), "connection is back");
+    Tell("reconnected", JsonObject().Text("channel", ToStd(liveChn)), "connection is back",
+         Hue::Good);
     Update([&](SessionState& state) { state.isDisconnected = false; });
 }
 

@@ -28,7 +28,12 @@ namespace vaxoapp {
 // Where a command tells what happens. Shared, because an event may still be under way when
 // the command is done.
 struct Report {
-    explicit Report(bool quiet) : status(quiet) {}
+    // `json`: the events are the standard output, and people get errors alone.
+    explicit Report(bool quiet, bool json = false) : status(quiet || json) {
+        if (json) {
+            events.CopyToOutput();
+        }
+    }
     StatusLine status;
     EventLog events;
 };
@@ -97,6 +102,7 @@ public:
     }
 
     void PostStop();
+    void AskToLeave();  // PostStop for somebody who wants to see that it was heard
     void PostLine(const std::string& line);
     void PostLinesEnd();
     std::size_t LinesWaiting();
@@ -130,7 +136,8 @@ private:
         }
         m_changed.notify_all();
     }
-    void Tell(const char* kind, const JsonObject& fields, const std::string& line);
+    void Tell(const char* kind, const JsonObject& fields, const std::string& line,
+              Hue hue = Hue::Plain);
 
     const std::shared_ptr<Report> m_report;
     std::mutex m_lock;
@@ -140,8 +147,9 @@ private:
 
 // What an error number of OnGetStreamList and OnDisconnected means.
 std::string ChannelErrorText(unsigned int err);
-// A state's name for people, and whether it says that the stream is over.
+// A state's name for people, its colour, and whether it says that the stream is over.
 std::string StateText(Mediq::VaxoAVState state);
+Hue StateHue(Mediq::VaxoAVState state);
 bool IsOver(Mediq::VaxoAVState state);
 
 }  // namespace vaxoapp

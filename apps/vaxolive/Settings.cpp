@@ -9,6 +9,7 @@
 #include <limits>
 #include <map>
 
+#include "Arguments.h"
 #include "KeyFile.h"
 #include "Text.h"
 #include "vaxolog.h"
@@ -23,26 +24,31 @@ struct Setting {
     const char* option;
     const char* variable;
     std::string Settings::*value;
+    const char* takes;
     const char* help;
 };
 
 const std::array<Setting, 10> kSettings = {{
-    {"--app-id", "VAXO_APP_ID", &Settings::appIDText, "Application identifier, a number"},
-    {"--key-file", "VAXO_KEY_FILE", &Settings::keyFile,
+    {"--app-id", "VAXO_APP_ID", &Settings::appIDText, "NUMBER", "Application identifier, a number"},
+    {"--key-file", "VAXO_KEY_FILE", &Settings::keyFile, "FILE",
      "File with the sign key in hexadecimal, for its owner's eyes only (or VAXO_SIGN_KEY: the "
      "key itself)"},
-    {"--service-url", "VAXO_SERVICE_URL", &Settings::serviceURL, "Channel service, mqtts://..."},
-    {"--media-url", "VAXO_MEDIA_URL", &Settings::mediaURL, "Media server, rtmp://..."},
-    {"--upload-url", "VAXO_UPLOAD_URL", &Settings::uploadURL, "Log upload, http://..."},
-    {"--channel", "VAXO_CHANNEL", &Settings::channel, "Channel to enter"},
-    {"--user", "VAXO_USER", &Settings::user, "Who you are; else the name you logged in with"},
-    {"--user-name", "VAXO_USER_NAME", &Settings::userName, "Your name for others to see"},
-    {"--log", "VAXO_LOG", &Settings::logFile, "File for the library's log"},
-    {"--events", "VAXO_EVENTS", &Settings::eventsFile,
+    {"--service-url", "VAXO_SERVICE_URL", &Settings::serviceURL, "ADDRESS",
+     "Channel service, mqtts://..."},
+    {"--media-url", "VAXO_MEDIA_URL", &Settings::mediaURL, "ADDRESS", "Media server, rtmp://..."},
+    {"--upload-url", "VAXO_UPLOAD_URL", &Settings::uploadURL, "ADDRESS", "Log upload, http://..."},
+    {"--channel", "VAXO_CHANNEL", &Settings::channel, "NAME", "Channel to enter"},
+    {"--user", "VAXO_USER", &Settings::user, "NAME",
+     "Who you are; else the name you logged in with"},
+    {"--user-name", "VAXO_USER_NAME", &Settings::userName, "NAME", "Your name for others to see"},
+    {"--log", "VAXO_LOG", &Settings::logFile, "FILE", "File for the library's log"},
+    {"--events", "VAXO_EVENTS", &Settings::eventsFile, "FILE",
      "File for events, one JSON object a line; \"ms\" is a clock that all processes of the "
      "machine share"},
 }};
 
+// As in vaxolog.h, from 0.
+constexpr std::array<const char*, 5> kLevels = {"grievous", "error", "warning", "generic", "debug"};
 constexpr std::size_t kMostLine = 4096;
 constexpr std::size_t kMostLines = 1000;
 
@@ -136,8 +142,6 @@ bool Demand(std::string Settings::*value, const Settings& settings, std::string&
 }
 
 bool ReadLogLevel(Settings& settings) {
-    constexpr std::array<const char*, 5> kLevels = {"grievous", "error", "warning", "generic",
-                                                    "debug"};
     for (std::size_t i = 0; i < kLevels.size(); ++i) {
         if (settings.logLevelText == kLevels[i]) {
             settings.logLevel = static_cast<int>(i);
@@ -166,21 +170,35 @@ bool ReadKey(Settings& settings, bool isFileGiven, std::string& error) {
 
 }  // namespace
 
+std::vector<SettingText> SettingTexts() {
+    std::vector<SettingText> texts;
+    for (const Setting& setting : kSettings) {
+        texts.push_back({setting.option, setting.variable, setting.help});
+    }
+    return texts;
+}
+
 void AddSettingsOptions(CLI::App& command, Settings& settings) {
-    const std::string group = "Channel and service";
+    const std::string group = kSettingsGroup;
     for (const Setting& setting : kSettings) {
         command
             .add_option(setting.option, settings.*setting.value,
                         std::string(setting.help) + " [" + setting.variable + "]")
+            ->type_name(setting.takes)
             ->group(group);
     }
-    command.add_option("--config", settings.configFile, "File of NAME=value lines")->group(group);
+    command.add_option("--config", settings.configFile, "File of NAME=value lines")
+        ->type_name("FILE")
+        ->group(group);
     command
         .add_option("--log-level", settings.logLevelText,
                     "grievous, error, warning, generic (default) or debug")
+        ->type_name("LEVEL")
+        ->check(OneOf({kLevels.begin(), kLevels.end()}))
         ->group(group);
     command.add_option("--timeout", settings.timeout, "Seconds to wait for an answer (default 15)")
-        ->check(CLI::Range(0.1, 600.0))
+        ->type_name("SECONDS")
+        ->check(Between(0.1, 600))
         ->group(group);
     command.add_flag("--quiet", settings.quiet, "No status line, no events on the terminal")
         ->group(group);

@@ -11,6 +11,7 @@
 #define VAXO_APPS_SETTINGS_H
 
 #include <string>
+#include <vector>
 
 #include "vaxostream.h"
 
@@ -37,12 +38,23 @@ struct Settings {
     std::string logLevelText = "generic";
     double timeout = 15;  // seconds for each answer of the service
     bool quiet = false;
+    bool json = false;  // events on the standard output, nothing else but errors for people
 
     // Made by ResolveSettings.
     unsigned int appID = 0;
     vaxo::stream key;
     int logLevel = 0;
 };
+
+// A setting's three names and what it is, for help and manual.
+struct SettingText {
+    const char* option;
+    const char* variable;
+    const char* help;
+};
+std::vector<SettingText> SettingTexts();
+
+constexpr const char* kSettingsGroup = "Channel and service";  // the heading in --help
 
 // Adds the options of these settings to a command.
 void AddSettingsOptions(CLI::App& command, Settings& settings);

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 
-#include "Text.h"
-
 namespace vaxoapp {
 
 namespace {
@@ -27,7 +25,7 @@ void Put(const std::string& text) {
 
 }  // namespace
 
-StatusLine::StatusLine(bool quiet) : m_quiet(quiet), m_isTerminal(::isatty(STDERR_FILENO) == 1) {}
+StatusLine::StatusLine(bool quiet) : m_quiet(quiet), m_isTerminal(IsTerminal()) {}
 
 StatusLine::~StatusLine() {
     if (!m_status.empty()) {
@@ -38,7 +36,7 @@ StatusLine::~StatusLine() {
 void StatusLine::Draw() {
     // The cut leaves room for its three dots and keeps off the last column, where some
     // terminals wrap.
-    Put("\r\033[K" + Printable(m_status, TerminalWidth() - 5));
+    Put("\r\033[K" + Painted(m_status, TerminalWidth() - 5));
 }
 
 void StatusLine::Print(const std::string& line) {
@@ -50,32 +48,59 @@ void StatusLine::Print(const std::string& line) {
     Draw();
 }
 
-void StatusLine::Say(const std::string& line) {
+void StatusLine::Say(const std::string& line, Hue hue) {
     if (!m_quiet) {
         const std::lock_guard<std::mutex> guard(m_lock);
-        Print(line);
+        Print(Painted(line, hue));
     }
 }
 
 void StatusLine::Error(const std::string& line) {
     const std::lock_guard<std::mutex> guard(m_lock);
-    Print("vaxolive: " + line);
+    Print(Painted("vaxolive: " + line, Hue::Bad));
 }
 
-void StatusLine::Show(const std::string& status) {
-    if (m_quiet) {
+void StatusLine::Result(const std::string& line) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (!m_status.empty()) {
+        Put("\r\033[K");
+    }
+    const std::string whole = line + "\n";
+    std::fwrite(whole.data(), 1, whole.size(), stdout);
+    std::fflush(stdout);
+    if (!m_status.empty()) {
+        Draw();
+    }
+}
+
+void StatusLine::Show(const std::vector<Piece>& status) {
+    if (m_quiet || m_isTerminal) {
+        ShowProgress(status);
         return;
     }
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_isTerminal) {
-        m_status = status;
-        Draw();
-        return;
-    }
     const Clock::time_point now = Clock::now();
     if (now >= m_nextPlain) {
         m_nextPlain = now + kPlainEvery;
-        Print(status);
+        std::string line;
+        for (const Piece& piece : status) {
+            line += Painted(piece.text, piece.hue);
+        }
+        Print(line);
+    }
+}
+
+void StatusLine::ShowProgress(const std::vector<Piece>& progress) {
+    if (!IsLive()) {
+        return;
+    }
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (progress.empty() && !m_status.empty()) {
+        Put("\r\033[K");
+    }
+    m_status = progress;
+    if (!m_status.empty()) {
+        Draw();
     }
 }
 

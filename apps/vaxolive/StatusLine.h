@@ -7,6 +7,9 @@
 #include <chrono>
 #include <mutex>
 #include <string>
+#include <vector>
+
+#include "Colour.h"
 
 namespace vaxoapp {
 
@@ -17,9 +20,16 @@ public:
     StatusLine(const StatusLine&) = delete;
     StatusLine& operator=(const StatusLine&) = delete;
 
-    void Say(const std::string& line);    // not when quiet
-    void Error(const std::string& line);  // also when quiet
-    void Show(const std::string& status);
+    void Say(const std::string& line, Hue hue = Hue::Plain);  // not when quiet
+    void Error(const std::string& line);                      // also when quiet
+    void Show(const std::vector<Piece>& status);
+    // What is waited for: on a terminal alone. Nothing at all takes it away.
+    void ShowProgress(const std::vector<Piece>& progress);
+    // A result, on the standard output; the line below keeps out of its way.
+    void Result(const std::string& line);
+
+    // Whether there is a line that is always current.
+    bool IsLive() const { return m_isTerminal && !m_quiet; }
 
 private:
     typedef std::chrono::steady_clock Clock;
@@ -30,7 +40,7 @@ private:
     const bool m_quiet;
     const bool m_isTerminal;
     std::mutex m_lock;
-    std::string m_status;  // what stands on the terminal's last line
+    std::vector<Piece> m_status;  // what stands on the terminal's last line
     Clock::time_point m_nextPlain;
 };
 

@@ -71,7 +71,8 @@ void TellOfNewLog(Visit& visit, unsigned long long length) {
         visit.Tell("log-begun", JsonObject().Number("before", length),
                    "the log " + Printable(logFile) + " was full and begins anew: the " +
                        std::to_string(length) +
-                       " bytes that it had lie beside it and are not uploaded");
+                       " bytes that it had lie beside it and are not uploaded",
+                   Hue::Warning);
     }
 }
 
@@ -109,7 +110,7 @@ UploadNews ReadUploadNews(const std::string& line, unsigned long long& bytes, st
     return UploadNews::None;
 }
 
-ExitCode UploadLog(Visit& visit, std::string& error) {
+ExitCode UploadLog(Visit& visit, std::string& error, unsigned long long& sent) {
     const Settings& settings = visit.GetSettings();
     if (settings.logFile.empty() || settings.logLevel < esyslog_generic) {
         error = "there is no log with enough in it: give --log, and --log-level generic or debug";
@@ -120,6 +121,7 @@ ExitCode UploadLog(Visit& visit, std::string& error) {
         error = "the upload was not accepted";
         return Exit_Upload;
     }
+    const Visit::Clock::time_point begin = Visit::Clock::now();
     const Visit::Clock::time_point end = visit.Deadline();
     while (Visit::Clock::now() < end) {
         for (const std::string& line : tail.NewLines()) {
@@ -129,18 +131,21 @@ ExitCode UploadLog(Visit& visit, std::string& error) {
             // The entry into the channel offers the log too, a shorter one.
             if (news == UploadNews::Done && bytes >= tail.Begin()) {
                 visit.Tell("uploaded", JsonObject().Number("bytes", bytes),
-                           "the server has the log, " + std::to_string(bytes) + " bytes");
+                           "the server has the log, " + std::to_string(bytes) + " bytes",
+                           Hue::Good);
+                sent = bytes;
                 return Exit_Ok;
             }
             if (news == UploadNews::Again) {
                 visit.Tell("upload-again", JsonObject().Text("reason", reason),
-                           "the log is not uploaded yet: " + Printable(reason));
+                           "the log is not uploaded yet: " + Printable(reason), Hue::Warning);
             }
             if (news == UploadNews::Failed) {
                 error = "the log was not uploaded: " + Printable(reason);
                 return Exit_Upload;
             }
         }
+        visit.ShowWaiting("uploading the log, " + std::to_string(tail.Begin()) + " bytes", begin);
         const auto never = [](const SessionState&) { return false; };
         if (visit.GetSession().Wait(Visit::Clock::now() + kLookAgain, never) == Wake::Stop) {
             error = "left before the upload was done";

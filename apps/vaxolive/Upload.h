@@ -19,9 +19,10 @@ std::string UploadRefusal(const std::string& logFile, unsigned long long length)
 void TellOfNewLog(Visit& visit, unsigned long long length);
 
 // Inside a channel, with a log file at the level "generic" or above: Exit_Ok when the server
-// has the file as it was at the call, Exit_Upload with `error` when it has not, Exit_Timeout
-// when that is not known in time. Attempts that fail meanwhile are told as they do.
-ExitCode UploadLog(Visit& visit, std::string& error);
+// has the file as it was at the call (`sent`: so many bytes), Exit_Upload with `error` when it has
+// not, Exit_Timeout when that is not known in time. Attempts that fail meanwhile are told as they
+// do.
+ExitCode UploadLog(Visit& visit, std::string& error, unsigned long long& sent);
 
 // What a line of the log says about an upload. `bytes`: how much was sent, when done. `reason`:
 // when failed, for good or to be tried again.

@@ -18,6 +18,19 @@ constexpr std::chrono::seconds kListLimit{3};
 constexpr std::chrono::seconds kSnapshotLimit{5};
 constexpr std::chrono::milliseconds kSnapshotAgain{500};
 
+constexpr std::chrono::hours kFarAway{24 * 300};  // an end that nobody asked for
+
+constexpr std::chrono::milliseconds kRoundUp{999};
+
+// "1:05", "120:07"
+std::string ClockText(Visit::Clock::duration time) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time).count();
+    char text[64];
+    std::snprintf(text, sizeof(text), "%lld:%02d", static_cast<long long>(seconds / 60),
+                  static_cast<int>(seconds % 60));
+    return text;
+}
+
 std::string Rate(double fps, unsigned int bitrate) {
     char text[64];
     std::snprintf(text, sizeof(text), "%.1f fps, %u kbit/s", fps, bitrate / 1000);
@@ -66,8 +79,9 @@ ExitCode Visit::Enter() {
     m_hasAskedIn = true;
     m_live->GetStreamList(ToVaxo(m_settings.user), ToVaxo(m_settings.userName),
                           ToVaxo(m_settings.channel), 0);
-    const Wake wake = m_session->Wait(
-        Deadline(), [](const SessionState& state) { return state.entered.has_value(); });
+    const Wake wake = Await("entering the channel", Deadline(),
+                            [](const SessionState& state) { return state.entered.has_value(); });
+    m_entered = Clock::now();
     if (wake == Wake::Late) {
         return Fail(Exit_Timeout, "no answer to the entry into the channel");
     }
@@ -101,8 +115,8 @@ ExitCode Visit::Leave(ExitCode soFar) {
     m_hasBegun = false;
     if (m_hasAskedIn) {
         m_live->Logout();
-        const Wake wake = m_session->Wait(
-            Clock::now() + kLeaveLimit,
+        const Wake wake = Await(
+            "leaving the channel", Clock::now() + kLeaveLimit,
             [](const SessionState& state) { return state.left.has_value(); }, true);
         if (wake != Wake::Ready) {
             m_isStuck = true;
@@ -159,10 +173,10 @@ ExitCode Visit::Fail(ExitCode code, const std::string& text) {
     return code;
 }
 
-void Visit::Tell(const char* kind, const JsonObject& fields, const std::string& line) {
+void Visit::Tell(const char* kind, const JsonObject& fields, const std::string& line, Hue hue) {
     m_report->events.Write(kind, fields);
     if (!line.empty()) {
-        m_report->status.Say(line);
+        m_report->status.Say(line, hue);
     }
 }
 
@@ -190,36 +204,69 @@ JsonObject Visit::StatusFields() {
     });
 }
 
-std::string Visit::StatusText() {
+std::vector<Piece> Visit::StatusText() {
     const Strova::VaxoLiveStats stats = Strova::VaxoLiveGetStats();
-    std::string text = m_session->With([](const SessionState& state) {
-        std::string known = state.isDisconnected ? "connection lost | " : "";
-        known += "online " + std::to_string(state.online) + " of " + std::to_string(state.total);
+    std::vector<Piece> pieces = m_session->With([](const SessionState& state) {
+        std::vector<Piece> known;
+        if (state.isDisconnected) {
+            known.push_back({"connection lost", Hue::Warning});
+            known.push_back({" | "});
+        }
+        known.push_back(
+            {"online " + std::to_string(state.online) + " of " + std::to_string(state.total)});
         if (state.publish) {
-            known += " | publishing: " + StateText(*state.publish);
+            known.push_back({" | publishing: "});
+            known.push_back({StateText(*state.publish), StateHue(*state.publish)});
         }
         return known;
     });
     if (stats.publishing) {
-        text += ", " + Rate(stats.fps, stats.bitrate);
+        pieces.push_back({", " + Rate(stats.fps, stats.bitrate)});
     }
     for (const Strova::VaxoLivePlayStats& play : stats.plays) {
-        text += " | " + Printable(play.streamID, 32) + ": " + Rate(play.fps, play.bitrate);
+        std::string text =
+            " | " + Printable(play.streamID, 32) + ": " + Rate(play.fps, play.bitrate);
         if (play.latencyMillis >= 0) {
             text += ", " + std::to_string(play.latencyMillis) + " ms old";
         }
+        pieces.push_back({text});
     }
-    return text;
+    return pieces;
 }
 
-void Visit::ShowStatus() {
-    m_report->status.Show(StatusText());
-    TellDevices();
+void Visit::ShowStatus(Clock::time_point end) {
     const Clock::time_point now = Clock::now();
+    std::vector<Piece> pieces = StatusText();
+    if (m_report->status.IsLive()) {
+        const bool isNear = end > now && end - now < kFarAway;
+        pieces.insert(pieces.begin(),
+                      {ClockText(now - m_entered) +
+                       (isNear ? ", " + ClockText(end - now + kRoundUp) + " left" : "") + " | "});
+    }
+    m_report->status.Show(pieces);
+    TellDevices();
     if (now >= m_nextStats) {
         m_nextStats = now + std::chrono::seconds(1);
         m_report->events.Write("stats", StatusFields());
     }
+}
+
+void Visit::ShowWaiting(const std::string& what, Clock::time_point since) {
+    m_report->status.ShowProgress({{what + ", " + ClockText(Clock::now() - since)}});
+}
+
+Wake Visit::Await(const std::string& what, Clock::time_point end,
+                  const std::function<bool(const SessionState&)>& isReady, bool untilEnd) {
+    // The first look is a short one, so that what is there at once flickers by nobody.
+    constexpr std::chrono::milliseconds kSoon{300};
+    const Clock::time_point begin = Clock::now();
+    Wake wake = m_session->Wait(std::min(end, begin + kSoon), isReady, untilEnd);
+    while (wake == Wake::Late && Clock::now() < end) {
+        ShowWaiting(what, begin);
+        wake = m_session->Wait(std::min(end, Clock::now() + kSoon), isReady, untilEnd);
+    }
+    m_report->status.ShowProgress({});
+    return wake;
 }
 
 // A device may fail in the middle, and another one take its place.
@@ -231,11 +278,11 @@ void Visit::TellDevices() {
     };
     if (changed(m_camera, stats.videoDevice)) {
         Tell("camera", JsonObject().Text("device", m_camera),
-             "the picture comes from " + Printable(m_camera, 200));
+             "the picture comes from " + Printable(m_camera, 200), Hue::Warning);
     }
     if (changed(m_microphone, stats.audioDevice)) {
         Tell("microphone", JsonObject().Text("device", m_microphone),
-             "the sound comes from " + Printable(m_microphone, 200));
+             "the sound comes from " + Printable(m_microphone, 200), Hue::Warning);
     }
 }
 

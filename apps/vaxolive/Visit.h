@@ -3,6 +3,7 @@
 #ifndef VAXO_APPS_VISIT_H
 #define VAXO_APPS_VISIT_H
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,9 +47,18 @@ public:
 
     // Says that something failed: on the terminal and in the events.
     ExitCode Fail(ExitCode code, const std::string& text);
-    void Tell(const char* kind, const JsonObject& fields, const std::string& line);
-    // The status line, and once a second a "stats" event.
-    void ShowStatus();
+    void Tell(const char* kind, const JsonObject& fields, const std::string& line,
+              Hue hue = Hue::Plain);
+    // A line of the standard output.
+    void Print(const std::string& line) { m_report->status.Result(line); }
+    // The status line, and once a second a "stats" event. A terminal also shows for how long
+    // this has gone on, and what is left until `end` when that is near enough to matter.
+    void ShowStatus(Clock::time_point end);
+    // A terminal shows what is waited for, and since when.
+    void ShowWaiting(const std::string& what, Clock::time_point since);
+    // Session::Wait, with that.
+    Wake Await(const std::string& what, Clock::time_point end,
+               const std::function<bool(const SessionState&)>& isReady, bool untilEnd = false);
     void TellDevices();
     JsonObject StatusFields();
 
@@ -60,7 +70,7 @@ public:
     Strova::CVaxoLiveProxy& Live() { return *m_live; }
 
 private:
-    std::string StatusText();
+    std::vector<Piece> StatusText();
 
     Settings m_settings;
     const std::shared_ptr<Report> m_report;
@@ -71,7 +81,8 @@ private:
     bool m_hasAskedIn = false;
     bool m_isStuck = false;
     Clock::time_point m_nextStats;
-    std::string m_camera;  // of the last status
+    Clock::time_point m_entered;  // when
+    std::string m_camera;         // of the last status
     std::string m_microphone;
 };
 

@@ -4,6 +4,7 @@
 #define VAXO_TESTS_APPS_APPFIXTURE_H
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +18,10 @@
 #include "AppProcess.h"
 
 namespace apptest {
+
+inline bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
 
 class AppTest : public testing::Test {
 protected:
@@ -61,17 +66,26 @@ protected:
     }
 
     std::unique_ptr<AppProcess> StartPlain(const std::vector<std::string>& words,
-                                           std::map<std::string, std::string> environment) const {
+                                           std::map<std::string, std::string> environment,
+                                           const Surroundings& surroundings = {}) const {
         environment["VAXO_FAKE_JOURNAL"] = Path("journal");
-        return std::make_unique<AppProcess>(words, environment);
+        return std::make_unique<AppProcess>(words, environment, surroundings);
     }
+
+    // Until the engine got the call, 30 s at most.
+    void AwaitCall(const AppProcess& app, const std::string& call) const {
+        for (int i = 0; i < 3000 && !Contains(Journal(), call); ++i) {
+            ASSERT_EQ(::kill(app.Id(), 0), 0);
+            ::usleep(10000);
+        }
+        ASSERT_TRUE(Contains(Journal(), call)) << Journal();
+    }
+
+    // Lets an entry that is late ("entry=late") have its answer.
+    void LetIn() const { PutFile("journal.go", ""); }
 
     std::filesystem::path m_dir;
 };
-
-inline bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 }  // namespace apptest
 

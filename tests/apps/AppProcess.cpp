@@ -5,12 +5,15 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <utility>
 
 namespace apptest {
 
@@ -22,6 +25,7 @@ constexpr std::chrono::seconds kLimit{30};
 struct Pipe {
     int reading = -1;
     int writing = -1;
+    Pipe(int readingEnd, int writingEnd) : reading(readingEnd), writing(writingEnd) {}
     Pipe() {
         std::array<int, 2> ends{};
         if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
@@ -30,6 +34,20 @@ struct Pipe {
         }
     }
 };
+
+// As a pipe, but a terminal.
+Pipe Terminal() {
+    Pipe terminal(-1, ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    std::swap(terminal.reading, terminal.writing);
+    std::array<char, 128> name{};
+    const struct winsize size = {40, 100, 0, 0};
+    if (::grantpt(terminal.reading) == 0 && ::unlockpt(terminal.reading) == 0 &&
+        ::ptsname_r(terminal.reading, name.data(), name.size()) == 0) {
+        terminal.writing = ::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_EQ(::ioctl(terminal.writing, TIOCSWINSZ, &size), 0);
+    }
+    return terminal;
+}
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
@@ -56,7 +74,8 @@ bool Take(int& fd, std::string& all) {
 }  // namespace
 
 AppProcess::AppProcess(const std::vector<std::string>& arguments,
-                       const std::map<std::string, std::string>& environment) {
+                       const std::map<std::string, std::string>& environment,
+                       const Surroundings& surroundings) {
     static const bool s_isIgnored = ::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
     static_cast<void>(s_isIgnored);
     const auto self = std::filesystem::read_symlink("/proc/self/exe");
@@ -68,12 +87,15 @@ AppProcess::AppProcess(const std::vector<std::string>& arguments,
     }
     const Pipe in;
     const Pipe out;
-    const Pipe err;
+    const Pipe err = surroundings.hasTerminal ? Terminal() : Pipe();
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, in.reading, STDIN_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, out.writing, STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, err.writing, STDERR_FILENO);
+    if (!surroundings.folder.empty()) {
+        ::posix_spawn_file_actions_addchdir_np(&actions, surroundings.folder.c_str());
+    }
     const int status = ::posix_spawn(&m_pid, words[0].c_str(), &actions, nullptr,
                                      Pointers(words).data(), Pointers(variables).data());
     ::posix_spawn_file_actions_destroy(&actions);

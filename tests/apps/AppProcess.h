@@ -12,11 +12,17 @@
 
 namespace apptest {
 
+struct Surroundings {
+    bool hasTerminal = false;  // the standard error is one, 100 columns wide
+    std::string folder;        // where it works; empty: where the test does
+};
+
 class AppProcess {
 public:
     // `arguments`: without the program's name.
     AppProcess(const std::vector<std::string>& arguments,
-               const std::map<std::string, std::string>& environment);
+               const std::map<std::string, std::string>& environment,
+               const Surroundings& surroundings = {});
     ~AppProcess();  // kills it if it still runs
     AppProcess(const AppProcess&) = delete;
     AppProcess& operator=(const AppProcess&) = delete;

@@ -3,12 +3,15 @@
 // into the file VAXO_FAKE_JOURNAL, one a line. All events come from inside the calls.
 //
 //   streams=a,b     listed on entry          added=c, gone=a   change right after
-//   entry=5         the error of the entry; never: no answer; refuse: the call fails
-//   publish=3       the state of the answer; never; ends: begins, and is over at once
-//   play=6          the state of the answer; never; ends
+//   entry=5         the error of the entry; never: no answer; refuse: the call fails;
+//                   late: an answer when there is a file like the journal's with ".go"
+//   publish=3       the state of the answer; never; ends: begins, and is over at once; late
+//   play=6          the state of the answer; never; ends; late
 //   picture=none    no snapshot ever comes   logout=never      no answer
 //   upload=failed   what the log says about it; never, refuse; again: done at the second
 //                   attempt; whole: done, with the file's own length; full: no room, ever
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -77,6 +80,13 @@ int Note(const char* call, const Values&... values) {
         std::ofstream(path, std::ios::app) << line << '\n';
     }
     return 0;
+}
+
+void AwaitGate(const std::string& answer) {
+    const std::string gate = Environment("VAXO_FAKE_JOURNAL") + ".go";
+    for (int i = 0; i < 3000 && answer == "late" && !std::filesystem::exists(gate); ++i) {
+        ::usleep(10000);
+    }
 }
 
 Strova::VaxoLiveStream Stream(const std::string& id) {
@@ -236,6 +246,7 @@ int CVaxoLiveShow::StartPublishing(vaxo::strutf8 title, vaxo::strutf8 streamID,
     Note("StartPublishing", title, streamID, liveChn);
     m_pImpl->publishing = streamID;
     const std::string answer = Script("publish");
+    AwaitGate(answer);
     if (answer != "never") {
         m_pImpl->App()->OnPublishStateUpdate(
             static_cast<Mediq::VaxoAVState>(std::atoi(answer.c_str())), streamID);
@@ -266,6 +277,7 @@ int CVaxoLiveShow::GetStreamList(vaxo::strutf8 userID, vaxo::strutf8 userName,
     if (answer == "refuse") {
         return -1;
     }
+    AwaitGate(answer);
     if (answer != "never") {
         m_pImpl->App()->OnGetStreamList(static_cast<unsigned int>(std::atoi(answer.c_str())));
         m_pImpl->App()->OnCountsUpdate(2, 3);
@@ -284,6 +296,7 @@ int CVaxoLiveShow::GetStreamList(vaxostl::vector<VaxoLiveStream>& outStreams) {
 int CVaxoLiveShow::PlayStream(const vaxo::strutf8& streamID, unsigned int chn) {
     Note("PlayStream", streamID, chn);
     const std::string answer = Script("play");
+    AwaitGate(answer);
     if (answer != "never") {
         m_pImpl->App()->OnVideoSizeChanged(streamID, 64, 36);
         m_pImpl->App()->OnPlayStateUpdate(

@@ -6,17 +6,7 @@
 
 namespace apptest {
 
-class LeavingTest : public AppTest {
-protected:
-    // Until the engine got the call, 30 s at most.
-    void AwaitCall(const AppProcess& app, const std::string& call) const {
-        for (int i = 0; i < 3000 && !Contains(Journal(), call); ++i) {
-            ASSERT_EQ(::kill(app.Id(), 0), 0);
-            ::usleep(10000);
-        }
-        ASSERT_TRUE(Contains(Journal(), call)) << Journal();
-    }
-};
+class LeavingTest : public AppTest {};
 
 TEST_F(LeavingTest, TypedCommandsReachTheEngineAndAreAnswered) {
     const auto app = Start({"publish", "--interactive"});
