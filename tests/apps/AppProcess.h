@@ -1,6 +1,6 @@
 // The command line as a process of its own, with the engine of FakeLiveShow.cpp: the program
-// vaxolive_scripted beside the test's own. Its environment holds what the test gives and
-// nothing else of the library's.
+// vaxolive_scripted beside the test's own; or another program, by its path. Its environment holds
+// what the test gives and nothing else of the library's.
 #ifndef VAXO_TESTS_APPS_APPPROCESS_H
 #define VAXO_TESTS_APPS_APPPROCESS_H
 
@@ -16,7 +16,8 @@ class AppProcess {
 public:
     // `arguments`: without the program's name.
     AppProcess(const std::vector<std::string>& arguments,
-               const std::map<std::string, std::string>& environment);
+               const std::map<std::string, std::string>& environment,
+               const std::string& program = "vaxolive_scripted");
     ~AppProcess();  // kills it if it still runs
     AppProcess(const AppProcess&) = delete;
     AppProcess& operator=(const AppProcess&) = delete;
