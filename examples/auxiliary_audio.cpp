@@ -3,6 +3,7 @@
 //
 // Status 0: published and left. 1: not, and the last lines say why. 2: called wrongly.
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -29,7 +30,7 @@ public:
         const int count = room < kSamples ? room : kSamples;
         for (int i = 0; i < count; ++i) {
             const auto sample = static_cast<short>(kLoudness * std::sin(m_phase));
-            std::memcpy(pData + i * sizeof(sample), &sample, sizeof(sample));
+            std::memcpy(pData + static_cast<std::ptrdiff_t>(i) * 2, &sample, sizeof(sample));
             m_phase = std::fmod(m_phase + kTurn * kHertz / kRate, kTurn);  // no click between calls
         }
         *pDataLen = count * static_cast<int>(sizeof(short));  // bytes given

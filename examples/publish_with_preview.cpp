@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
     live->StartPreview();
     if (ok && example::Publish(*live, *events, argv[1], argv[3])) {
         const std::string ppm = events->TakePicture(*live);
-        ok = !ppm.empty() && std::ofstream(argv[4], std::ios::binary).write(ppm.data(), ppm.size());
+        ok = !ppm.empty() && std::ofstream(argv[4], std::ios::binary) << ppm << std::flush;
         example::Say((ok ? "picture in " : "no picture in ") + std::string(argv[4]));
         ok = Stay(*events, window, std::chrono::seconds(std::atoi(argv[5]))) && ok;
     } else {

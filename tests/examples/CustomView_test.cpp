@@ -1,8 +1,6 @@
 // A stream in a view that the application made.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "ExampleRun.h"
 #include "engine/view/VirtualScreen.h"
 
@@ -16,8 +14,7 @@ TEST(CustomView, TheStreamIsDrawnIntoTheViewOfTheApplicationWhateverItsSize) {
     }
     exampletest::Publishing publishing("view", "show");
     ASSERT_TRUE(publishing.Flows());
-    const auto program =
-        exampletest::Start("custom_view", {"view", "bob", "show"}, std::getenv("DISPLAY"));
+    const auto program = exampletest::StartOnScreen("custom_view", {"view", "bob", "show"});
     ASSERT_TRUE(program->AwaitOutput("play show: BEGIN")) << program->Output() << program->Error();
     const unsigned long window = exampletest::WindowOf(program->Output());
     EXPECT_TRUE(ComesTrue([&] { return exampletest::ColoursOf(window) > 4; }));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -29,6 +30,15 @@ std::unique_ptr<apptest::AppProcess> Run(const std::string& example,
                                                  std::string(VAXO_EXAMPLES_DIR) + "/" + example);
 }
 
+Environment Addresses() {
+    Environment environment;
+    for (const char* const name :
+         {"VAXO_APP_ID", "VAXO_KEY_FILE", "VAXO_SERVICE_URL", "VAXO_MEDIA_URL"}) {
+        environment[name] = Setting(name);
+    }
+    return environment;
+}
+
 // A window of another program may go at any moment.
 int IgnoreError(Display* /*display*/, XErrorEvent* /*error*/) {
     return 0;
@@ -42,16 +52,14 @@ Display* Connection() {
 }  // namespace
 
 std::unique_ptr<apptest::AppProcess> Start(const std::string& example,
-                                           const std::vector<std::string>& words,
-                                           const std::string& screen) {
-    Environment environment;
-    for (const char* const name :
-         {"VAXO_APP_ID", "VAXO_KEY_FILE", "VAXO_SERVICE_URL", "VAXO_MEDIA_URL"}) {
-        environment[name] = Setting(name);
-    }
-    if (!screen.empty()) {
-        environment["DISPLAY"] = screen;
-    }
+                                           const std::vector<std::string>& words) {
+    return Run(example, words, Addresses());
+}
+
+std::unique_ptr<apptest::AppProcess> StartOnScreen(const std::string& example,
+                                                   const std::vector<std::string>& words) {
+    Environment environment = Addresses();
+    environment["DISPLAY"] = DisplayString(Connection());
     return Run(example, words, environment);
 }
 

@@ -2,7 +2,6 @@
 #ifndef VAXO_TESTS_EXAMPLES_EXAMPLERUN_H
 #define VAXO_TESTS_EXAMPLES_EXAMPLERUN_H
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,13 +10,16 @@
 
 namespace exampletest {
 
-// Starts an example. `screen`: the display; empty: none. The servers' addresses are in its
-// environment, and the key's file.
+// Starts an example, without a screen. The servers' addresses are in its environment, and the
+// key's file.
 std::unique_ptr<apptest::AppProcess> Start(const std::string& example,
-                                           const std::vector<std::string>& words,
-                                           const std::string& screen = "");
+                                           const std::vector<std::string>& words);
 
-// The same without servers: the environment is empty.
+// The same on the screen of VirtualScreen, which must be there.
+std::unique_ptr<apptest::AppProcess> StartOnScreen(const std::string& example,
+                                                   const std::vector<std::string>& words);
+
+// Without arguments and without servers: the environment is empty.
 std::unique_ptr<apptest::AppProcess> StartBare(const std::string& example);
 
 // A name in the servers' servers.env.

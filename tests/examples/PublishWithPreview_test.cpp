@@ -1,7 +1,6 @@
 // Publishes with a preview: with a screen, without one, and the picture that it takes.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -55,9 +54,8 @@ TEST(PublishWithPreview, ThePreviewIsDrawnIntoTheWindow) {
     if (livetest::VirtualScreen::Shared() == nullptr) {
         GTEST_SKIP() << "the X server is not installed";
     }
-    const auto program =
-        exampletest::Start("publish_with_preview", {"preview", "ann", "seen", Picture(), "60"},
-                           std::getenv("DISPLAY"));
+    const auto program = exampletest::StartOnScreen("publish_with_preview",
+                                                    {"preview", "ann", "seen", Picture(), "60"});
     ASSERT_TRUE(program->AwaitOutput("picture in ")) << program->Output() << program->Error();
     const unsigned long window = exampletest::WindowOf(program->Output());
     EXPECT_TRUE(livetest::ComesTrue([&] { return exampletest::ColoursOf(window) > 4; }));
