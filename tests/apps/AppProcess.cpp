@@ -79,7 +79,7 @@ AppProcess::AppProcess(const std::vector<std::string>& arguments,
     static const bool s_isIgnored = ::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
     static_cast<void>(s_isIgnored);
     const auto self = std::filesystem::read_symlink("/proc/self/exe");
-    std::vector<std::string> words = {(self.parent_path() / "vaxolive_scripted").string()};
+    std::vector<std::string> words = {(self.parent_path() / surroundings.program).string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = {"USER=tester", "PATH=/usr/bin:/bin"};
     for (const auto& [name, value] : environment) {

@@ -1,6 +1,6 @@
 // The command line as a process of its own, with the engine of FakeLiveShow.cpp: the program
-// vaxolive_scripted beside the test's own. Its environment holds what the test gives and
-// nothing else of the library's.
+// vaxolive_scripted beside the test's own; or another program, by its path. Its environment holds
+// what the test gives and nothing else of the library's.
 #ifndef VAXO_TESTS_APPS_APPPROCESS_H
 #define VAXO_TESTS_APPS_APPPROCESS_H
 
@@ -13,8 +13,9 @@
 namespace apptest {
 
 struct Surroundings {
-    bool hasTerminal = false;  // the standard error is one, 100 columns wide
-    std::string folder;        // where it works; empty: where the test does
+    bool hasTerminal = false;                   // the standard error is one, 100 columns wide
+    std::string folder;                         // where it works; empty: where the test does
+    std::string program = "vaxolive_scripted";  // a path, or a name beside the test
 };
 
 class AppProcess {
