@@ -31,9 +31,6 @@ void PrintTo(const Row& row, std::ostream* out) {
 Request EnterOther() {
     return {Ask::Enter, Env().OtherChannel()};
 }
-Request PublishOther() {
-    return {Ask::Publish, Env().OtherOwnStream()};
-}
 Request PlayOnAnotherIndex() {
     return {Ask::Play, Env().PlayableStream(), 3};
 }
@@ -69,7 +66,7 @@ std::vector<Row> OutOfPlace() {
     constexpr Refusal kMay = Refusal::Allowed;
     return {
         {"ASecondPublishOfTheSameStream", Place::Publishing, PublishRequest, Says::Anything, kMay},
-        {"APublishOfAnotherStream", Place::Publishing, PublishOther, Says::Anything, kMay},
+        {"APublishOfAnotherStream", Place::Publishing, PublishOtherRequest, Says::Anything, kMay},
         {"ASecondPlayOfTheSameStream", Place::Playing, PlayRequest, Says::Anything, kMay},
         {"ASecondPlayOnAnotherIndex", Place::Playing, PlayOnAnotherIndex, Says::Anything, kMay},
         {"APlayOfAStreamThatIsNowhere", Place::InChannel, PlayMissing, Says::Failed, kMay},

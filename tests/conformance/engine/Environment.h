@@ -59,9 +59,11 @@ public:
     virtual std::string OtherChannel() const { return "conformance-other"; }
     // A stream that is in no channel, and is a good identifier all the same.
     virtual std::string MissingStream() const { return "conformance-missing"; }
-    // Two names that the kit may publish under, again and again.
-    virtual std::string OwnStream() const { return "conformance-own"; }
-    virtual std::string OtherOwnStream() const { return "conformance-own-2"; }
+    // Names that the kit may publish under. Each number is another name, and each case takes one of
+    // its own: a server may hold a name for a while after the engine that used it has gone.
+    virtual std::string OwnStream(int number) const {
+        return "conformance-own-" + std::to_string(number);
+    }
     virtual std::string User() const { return "conformance-user"; }
 
     // From now on every server is out of reach for entries, publishes and plays that begin

@@ -103,7 +103,7 @@ TEST(Getters, NameTheChannelAndItsStreams) {
 TEST(Getters, NameThePublishWhileItRuns) {
     Stage stage;
     ASSERT_TRUE(stage.Reach(Place::Publishing));
-    EXPECT_EQ(TextsOf(stage).stream, Env().OwnStream()) << "broken rule: " << rule::Named;
+    EXPECT_EQ(TextsOf(stage).stream, PublishRequest().id) << "broken rule: " << rule::Named;
     ASSERT_EQ(stage.Do(StopPublishRequest()).status, 0) << "broken rule: " << rule::Accepted;
     const Given after = TextsOf(stage);
     EXPECT_EQ(after.stream, "") << "broken rule: " << rule::Empty;

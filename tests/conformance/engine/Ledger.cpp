@@ -49,9 +49,6 @@ void Ledger::Returned(int number, int status) {
 void Ledger::Initialised() {
     const std::lock_guard<std::mutex> hold(m_lock);
     m_closed = false;
-    for (auto& course : m_courses) {
-        course.second.state.reset();
-    }
 }
 
 void Ledger::Uninitialised() {
@@ -132,11 +129,14 @@ void Ledger::Enter(const Event& event) {
             m_courses[Key(event)].state = event.value;
         }
     } else if (IsState(event)) {
-        EnterChange(event);
+        if (m_of == Of::Engine) {
+            EnterChange(event);
+        }
     } else if (event.what == Told::Entered || event.what == Told::LeftChannel) {
         BreakHeld(m_courses["logout"].refused ? rule::Silent : rule::Once,
                   Words(event) + " answers nothing that was asked");
-    } else if (m_outside && (event.what == Told::Stream || event.what == Told::Counts)) {
+    } else if (m_of == Of::Engine && m_outside &&
+               (event.what == Told::Stream || event.what == Told::Counts)) {
         BreakHeld(rule::AfterLogout, Words(event));
     }
     if (event.what == Told::LeftChannel) {

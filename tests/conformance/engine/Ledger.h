@@ -24,7 +24,7 @@ enum class Ask { Enter, Publish, StopPublish, Play, StopPlay, Logout };
 
 struct Request {
     Ask what = Ask::Logout;
-    std::string id{};  // channel or stream
+    std::string id{};      // channel or stream
     unsigned channel = 0;  // of a play
 };
 // The call itself: its status.
@@ -62,6 +62,11 @@ std::chrono::milliseconds Quiet();
 
 class Ledger {
 public:
+    // Whose events these are. The proxy asks its engine for more than it was asked for (a Logout
+    // stops every stream), and leaves out answers: there, states and lists may come at any time.
+    enum class Of { Engine, Proxy };
+    explicit Ledger(Of of = Of::Engine) : m_of(of) {}
+
     // ---- what was asked ------------------------------------------------------
     int Asked(const Request& request);      // its number
     void Returned(int number, int status);  // the call is over
@@ -106,6 +111,7 @@ private:
     void BreakHeld(const char* rule, const std::string& what);
     bool WaitFor(std::unique_lock<std::mutex>& hold, const std::function<bool()>& done);
 
+    const Of m_of;
     mutable std::mutex m_lock;  // guards the rest; the hook runs without it
     std::condition_variable m_changed;
     std::vector<Entry> m_entries;

@@ -15,7 +15,10 @@ namespace {
 
 class Proxy : public testing::Test {
 protected:
-    Proxy() { proxy->SetCallback(recorder); }
+    Proxy() {
+        NextCase();
+        proxy->SetCallback(recorder);
+    }
     ~Proxy() override {
         ledger->SetHook({});
         proxy->Uninit();
@@ -45,7 +48,7 @@ protected:
     }
 
     const std::shared_ptr<Strova::CVaxoLiveProxy> proxy = Strova::CVaxoLiveProxy::GetInstance();
-    const std::shared_ptr<Ledger> ledger = std::make_shared<Ledger>();
+    const std::shared_ptr<Ledger> ledger = std::make_shared<Ledger>(Ledger::Of::Proxy);
     const std::shared_ptr<Recorder> recorder = Recorder::Make(ledger);
 };
 

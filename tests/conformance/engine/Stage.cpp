@@ -1,13 +1,29 @@
 #include "conformance/engine/Stage.h"
 
+#include <atomic>
+
 namespace conformance {
 
 Request EnterRequest() {
     return {Ask::Enter, Env().Channel()};
 }
 
+namespace {
+
+std::atomic<int> s_case{0};
+
+}  // namespace
+
+void NextCase() {
+    s_case += 2;
+}
+
 Request PublishRequest() {
-    return {Ask::Publish, Env().OwnStream()};
+    return {Ask::Publish, Env().OwnStream(s_case)};
+}
+
+Request PublishOtherRequest() {
+    return {Ask::Publish, Env().OwnStream(s_case + 1)};
 }
 
 Request PlayRequest() {
@@ -19,6 +35,7 @@ Request StopPlayRequest() {
 }
 
 Stage::Stage() : recorder(Recorder::Make(ledger)) {
+    NextCase();
     Worker::Shared().Run([this] {
         engine = std::make_shared<Strova::CVaxoLiveShow>();
         engine->SetCallback(recorder);

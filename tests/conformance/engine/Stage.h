@@ -36,9 +36,12 @@ struct Reply {
     std::optional<Event> event{};
 };
 
+// From here on, other names to publish under.
+void NextCase();
 // The requests of the environment's names.
 Request EnterRequest();
 Request PublishRequest();
+Request PublishOtherRequest();
 Request PlayRequest();
 Request StopPlayRequest();
 inline Request StopPublishRequest() {
