@@ -38,7 +38,8 @@ protected:
         return status == 0 && ledger->Answer(number).has_value();
     }
     void Call(const Request& request) {
-        ledger->Returned(ledger->Asked(request), Perform(*proxy, request));
+        const int number = ledger->Asked(request);
+        ledger->Returned(number, Perform(*proxy, request));
     }
     // A Logout that stands last is answered behind everything before it.
     void WaitForTheQueue() {
