@@ -56,7 +56,7 @@ std::string Words(const Request& request);
 
 // How long an answer may take: VAXO_CONFORMANCE_LIMIT_MS, 20 s without.
 std::chrono::milliseconds Limit();
-// How long nothing must come for it to count as silence: VAXO_CONFORMANCE_QUIET_MS, 50 ms
+// How long nothing must come for it to count as silence: VAXO_CONFORMANCE_QUIET_MS, 20 ms
 // without. A good engine passes whatever it is; a bad one that is slow may pass if it is short.
 std::chrono::milliseconds Quiet();
 

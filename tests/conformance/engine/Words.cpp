@@ -26,7 +26,7 @@ std::chrono::milliseconds Limit() {
 }
 
 std::chrono::milliseconds Quiet() {
-    static const std::chrono::milliseconds quiet = Millis("VAXO_CONFORMANCE_QUIET_MS", 50);
+    static const std::chrono::milliseconds quiet = Millis("VAXO_CONFORMANCE_QUIET_MS", 20);
     return quiet;
 }
 
