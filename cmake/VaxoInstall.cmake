@@ -1,0 +1,116 @@
+# What `cmake --install` puts where. Three components: "runtime" is the shared library,
+# "development" what a program is compiled with, "command" the command line.
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+
+set(vaxo_headers ${CMAKE_INSTALL_INCLUDEDIR}/vaxolive)
+set(vaxo_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/vaxolive)
+set(vaxo_templates ${CMAKE_CURRENT_LIST_DIR}/install)
+
+# --- headers: one root, so that they include each other as in the sources ---
+
+foreach(folder common/xplatform/include kernel/include)
+  install(DIRECTORY src/${folder}/ DESTINATION ${vaxo_headers} COMPONENT development
+    FILES_MATCHING PATTERN *.h)
+endforeach()
+foreach(folder avmgr utils)
+  install(DIRECTORY src/kernel/${folder} DESTINATION ${vaxo_headers} COMPONENT development
+    FILES_MATCHING PATTERN *.h)
+endforeach()
+foreach(header live/VaxoLiveProxy.h live/VaxoLiveShow.h base/VaxoAppSetting.h
+               connection/VaxoAVConnHttp.h)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES src/kernel/${header} DESTINATION ${vaxo_headers}/${folder} COMPONENT development)
+endforeach()
+
+# --- libraries ---
+
+# vaxo_install(PART target...): libraries that belong to one component of the package; the
+# names that find_package gives them are those of the aliases here.
+function(vaxo_install part)
+  foreach(target ${ARGN})
+    string(REGEX REPLACE "^vaxo_" "" name ${target})
+    set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  endforeach()
+  if(part STREQUAL "whole")
+    set_target_properties(${ARGN} PROPERTIES EXPORT_NAME vaxolive)
+  endif()
+  install(TARGETS ${ARGN} EXPORT vaxolive-${part}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+    NAMELINK_COMPONENT development
+    INCLUDES DESTINATION ${vaxo_headers})
+  install(EXPORT vaxolive-${part} NAMESPACE vaxo:: DESTINATION ${vaxo_cmake}
+    FILE vaxolive-${part}.cmake COMPONENT development)
+endfunction()
+
+# vaxo_pkg_config(NAME DESCRIPTION REQUIRES LIBS)
+file(RELATIVE_PATH vaxo_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" /)
+string(REGEX REPLACE "/$" "" vaxo_pc_prefix "${vaxo_pc_prefix}")
+function(vaxo_pkg_config name description requires libs)
+  if(NOT APPLE)  # the options are GNU's
+    configure_file(${vaxo_templates}/vaxolive.pc.in ${PROJECT_BINARY_DIR}/install/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/install/${name}.pc
+      DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+  endif()
+endfunction()
+
+# Static libraries that need each other both ways, in no order that one pass would resolve:
+# all of each. One word, because pkg-config sorts words and drops repeated ones.
+function(vaxo_whole result)
+  list(JOIN ARGN ",-l" names)
+  set(${result} "-Wl,--whole-archive,-l${names},--no-whole-archive" PARENT_SCOPE)
+endfunction()
+
+set(vaxo_live_libraries vaxo_live vaxo_sign vaxo_runtime)
+if(VAXO_PLATFORM)
+  vaxo_install(live ${vaxo_live_libraries} vaxo_platform_posix vaxo_platform)
+  list(APPEND vaxo_live_libraries vaxo_platform_posix)
+else()
+  vaxo_install(live ${vaxo_live_libraries})
+endif()
+vaxo_whole(libs ${vaxo_live_libraries})
+vaxo_pkg_config(vaxolive-live "the live front end, static" "" "${libs} -pthread -Wl,-z,nodelete")
+
+if(VAXO_SERVICES)
+  vaxo_install(services vaxo_services)
+  vaxo_whole(libs vaxo_services)
+  vaxo_pkg_config(vaxolive-services "settings and HTTP connection, static"
+    "vaxolive-live, libcurl" "${libs}")
+endif()
+if(VAXO_ENGINE)
+  vaxo_install(engine vaxo_engine)
+  vaxo_whole(libs vaxo_engine)
+  list(JOIN VAXO_GST_PACKAGES ", " vaxo_gst)
+  string(REPLACE ">=" " >= " vaxo_gst "${vaxo_gst}")
+  vaxo_pkg_config(vaxolive-engine "the live engine, static"
+    "vaxolive-live, ${vaxo_gst}, libmosquitto, libcurl, x11" "${libs}")
+endif()
+if(TARGET vaxo_shared)
+  vaxo_install(whole vaxo_shared)
+  vaxo_pkg_config(vaxolive "live streaming front end and engine, shared" "" "-lvaxolive")
+elseif(TARGET vaxo_vaxolive)
+  vaxo_install(whole vaxo_vaxolive)
+  set(vaxo_whole_is_static TRUE)
+endif()
+
+# --- the package ---
+
+configure_package_config_file(${vaxo_templates}/vaxolive-config.cmake.in
+  ${PROJECT_BINARY_DIR}/install/vaxolive-config.cmake INSTALL_DESTINATION ${vaxo_cmake}
+  NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/install/vaxolive-config-version.cmake
+  COMPATIBILITY SameMinorVersion)  # SameMajorVersion from 1.0 on
+install(FILES ${PROJECT_BINARY_DIR}/install/vaxolive-config.cmake
+  ${PROJECT_BINARY_DIR}/install/vaxolive-config-version.cmake
+  DESTINATION ${vaxo_cmake} COMPONENT development)
+
+# --- the command line, and what belongs to it ---
+
+# Linked with the static libraries: one file that runs wherever the system's libraries are.
+if(TARGET vaxolive_app)
+  install(TARGETS vaxolive_app RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
+  # Whatever is put there (man/man1/..., bash-completion/completions/...) goes along.
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR}
+    COMPONENT command OPTIONAL)
+endif()
