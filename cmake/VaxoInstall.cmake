@@ -55,32 +55,32 @@ function(vaxo_pkg_config name description requires libs)
   endif()
 endfunction()
 
-# Static libraries that need each other both ways, in no order that one pass would resolve:
-# all of each. One word, because pkg-config sorts words and drops repeated ones.
-function(vaxo_whole result)
-  list(JOIN ARGN ",-l" names)
-  set(${result} "-Wl,--whole-archive,-l${names},--no-whole-archive" PARENT_SCOPE)
-endfunction()
+# pkg-config puts what requires something in front of it, so one pass of the linker finds
+# everything when engine and services are taken whole (what needs them comes after them) and
+# the platform is (it and the runtime need each other). Each is one word, because pkg-config
+# sorts words and drops repeated ones.
+set(vaxo_whole "-Wl,--whole-archive,-l@,--no-whole-archive")
 
-set(vaxo_live_libraries vaxo_live vaxo_sign vaxo_runtime)
+set(vaxo_live_targets vaxo_live vaxo_sign vaxo_runtime)
+set(libs "-lvaxo_live -lvaxo_sign")
 if(VAXO_PLATFORM)
-  vaxo_install(live ${vaxo_live_libraries} vaxo_platform_posix vaxo_platform)
-  list(APPEND vaxo_live_libraries vaxo_platform_posix)
-else()
-  vaxo_install(live ${vaxo_live_libraries})
+  list(APPEND vaxo_live_targets vaxo_platform_posix vaxo_platform)
+  string(REPLACE @ vaxo_platform_posix platform "${vaxo_whole}")
+  string(APPEND libs " ${platform}")
 endif()
-vaxo_whole(libs ${vaxo_live_libraries})
-vaxo_pkg_config(vaxolive-live "the live front end, static" "" "${libs} -pthread -Wl,-z,nodelete")
+vaxo_install(live ${vaxo_live_targets})
+vaxo_pkg_config(vaxolive-live "the live front end, static" ""
+  "${libs} -lvaxo_runtime -pthread -Wl,-z,nodelete")
 
 if(VAXO_SERVICES)
   vaxo_install(services vaxo_services)
-  vaxo_whole(libs vaxo_services)
+  string(REPLACE @ vaxo_services libs "${vaxo_whole}")
   vaxo_pkg_config(vaxolive-services "settings and HTTP connection, static"
     "vaxolive-live, libcurl" "${libs}")
 endif()
 if(VAXO_ENGINE)
   vaxo_install(engine vaxo_engine)
-  vaxo_whole(libs vaxo_engine)
+  string(REPLACE @ vaxo_engine libs "${vaxo_whole}")
   list(JOIN VAXO_GST_PACKAGES ", " vaxo_gst)
   string(REPLACE ">=" " >= " vaxo_gst "${vaxo_gst}")
   vaxo_pkg_config(vaxolive-engine "the live engine, static"
