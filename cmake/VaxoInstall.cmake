@@ -17,6 +17,8 @@ foreach(folder avmgr utils)
   install(DIRECTORY src/kernel/${folder} DESTINATION ${vaxo_headers} COMPONENT development
     FILES_MATCHING PATTERN *.h)
 endforeach()
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/../libvaxolive-dev
+  COMPONENT development OPTIONAL FILES_MATCHING PATTERN *.cpp)
 foreach(header live/VaxoLiveProxy.h live/VaxoLiveShow.h base/VaxoAppSetting.h
                connection/VaxoAVConnHttp.h)
   get_filename_component(folder ${header} DIRECTORY)
@@ -113,4 +115,8 @@ if(TARGET vaxolive_app)
   # Whatever is put there (man/man1/..., bash-completion/completions/...) goes along.
   install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR}
     COMPONENT command OPTIONAL)
+endif()
+
+if(VAXO_PACKAGES)
+  include(VaxoPackages)
 endif()
