@@ -17,8 +17,8 @@ foreach(folder avmgr utils)
   install(DIRECTORY src/kernel/${folder} DESTINATION ${vaxo_headers} COMPONENT development
     FILES_MATCHING PATTERN *.h)
 endforeach()
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/../libvaxolive-dev
-  COMPONENT development OPTIONAL FILES_MATCHING PATTERN *.cpp)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libvaxolive-dev
+  COMPONENT development OPTIONAL)
 foreach(header live/VaxoLiveProxy.h live/VaxoLiveShow.h base/VaxoAppSetting.h
                connection/VaxoAVConnHttp.h)
   get_filename_component(folder ${header} DIRECTORY)

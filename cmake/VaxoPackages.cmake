@@ -9,7 +9,6 @@ set(sound "gstreamer1.0-pulseaudio | gstreamer1.0-alsa")
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "${contact}")
 set(CPACK_PACKAGE_VENDOR "vaxolive developers")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "live streaming front end")  # each has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development command)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -35,11 +34,15 @@ function(vaxo_debian component package section depends recommends summary text)
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)  # of SOURCE_DATE_EPOCH, when set
   configure_file(${vaxo_templates}/changelog.in ${folder}/changelog @ONLY)
   execute_process(COMMAND gzip -9nf ${folder}/changelog COMMAND_ERROR_IS_FATAL ANY)
-  install(FILES ${folder}/changelog.gz DESTINATION ${CMAKE_INSTALL_DOCDIR}/../${package}
+  install(FILES ${folder}/changelog.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
     COMPONENT ${component})
-  install(FILES ${vaxo_templates}/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR}/../${package}
+  install(FILES ${vaxo_templates}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
     COMPONENT ${component})
 endfunction()
+
+# Whoever installs it: the loader's table is written once, at the end.
+file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/triggers)
 
 get_target_property(soversion vaxo_shared SOVERSION)
 vaxo_debian(runtime libvaxolive${soversion} libs "${plugins}" "${sound}"
