@@ -47,16 +47,18 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/trig
 get_target_property(soversion vaxo_shared SOVERSION)
 vaxo_debian(runtime libvaxolive${soversion} libs "${plugins}" "${sound}"
   "live streaming front end and engine (shared library)"
-  "An application calls vaxolive to enter a channel, publish camera and microphone,
-play other people's streams and leave again, from any thread, at any moment.
+  "An application calls vaxolive to enter a channel, publish camera and
+microphone, play other people's streams and leave again, from any thread, at
+any moment.
 .
 This package holds the library that programs run with.")
 vaxo_debian(development libvaxolive-dev libdevel
   "libvaxolive${soversion} (= ${PROJECT_VERSION}), libgstreamer1.0-dev, libgstreamer-plugins-base1.0-dev, libmosquitto-dev, libcurl4-openssl-dev | libcurl-dev, libx11-dev"
   ""
   "live streaming front end and engine (development files)"
-  "An application calls vaxolive to enter a channel, publish camera and microphone,
-play other people's streams and leave again, from any thread, at any moment.
+  "An application calls vaxolive to enter a channel, publish camera and
+microphone, play other people's streams and leave again, from any thread, at
+any moment.
 .
 This package holds headers, static libraries, and files for CMake and
 pkg-config.")
