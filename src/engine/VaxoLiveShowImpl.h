@@ -19,7 +19,7 @@ struct CoreBox {
     std::unique_ptr<vaxoengine::LiveCore> core;
 };
 
-struct CVaxoLiveShow::Impl {
+struct __attribute__((visibility("hidden"))) CVaxoLiveShow::Impl {
     mutable std::mutex lock;  // guards the rest; nothing that waits is called under it
     std::weak_ptr<IVaxoLiveCallback> callback;
     VaxoSigner credentials;

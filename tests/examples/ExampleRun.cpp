@@ -26,8 +26,9 @@ typedef std::map<std::string, std::string> Environment;
 std::unique_ptr<apptest::AppProcess> Run(const std::string& example,
                                          const std::vector<std::string>& words,
                                          const Environment& environment) {
-    return std::make_unique<apptest::AppProcess>(words, environment,
-                                                 std::string(VAXO_EXAMPLES_DIR) + "/" + example);
+    return std::make_unique<apptest::AppProcess>(
+        words, environment,
+        apptest::Surroundings{false, {}, std::string(VAXO_EXAMPLES_DIR) + "/" + example});
 }
 
 Environment Addresses() {
