@@ -27,6 +27,7 @@ Command AddList(CLI::App& app);
 Command AddDevices(CLI::App& app);
 Command AddUploadLog(CLI::App& app);
 Command AddCompare(CLI::App& app);
+Command AddTrace(CLI::App& app);
 
 // What the commands share.
 

@@ -44,9 +44,10 @@ int Run(int argc, char** argv) {
     CLI::App app("Publishes to and plays from live channels.", "vaxolive");
     app.require_subcommand(1);
     app.footer(s_footer);
-    const std::array<vaxoapp::Command, 6> commands = {
+    const std::array<vaxoapp::Command, 7> commands = {
         vaxoapp::AddPublish(app), vaxoapp::AddPlay(app),      vaxoapp::AddList(app),
-        vaxoapp::AddDevices(app), vaxoapp::AddUploadLog(app), vaxoapp::AddCompare(app)};
+        vaxoapp::AddDevices(app), vaxoapp::AddUploadLog(app), vaxoapp::AddCompare(app),
+        vaxoapp::AddTrace(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ExtrasError&) {
