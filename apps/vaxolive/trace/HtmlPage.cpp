@@ -109,6 +109,11 @@ std::string Findings(const Diagnosis& diagnosis) {
                    return SayTime(command->ran) + " " + Name(Title(command->name));
                });
     }
+    if (!diagnosis.lost.empty()) {
+        all += "<h3>Whose end is not in the log</h3>\n" +
+               List(diagnosis.lost, "<ul>",
+                    [](const Command* command) { return Name(Title(command->name)); });
+    }
     if (!diagnosis.longest.empty()) {
         all += "<h3>Longest</h3>\n" + List(diagnosis.longest, "<ul>", [](const Longest& longest) {
                    return SayDuration(longest.duration) + " " + Name(Title(longest.command->name)) +

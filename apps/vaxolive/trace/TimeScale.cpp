@@ -12,6 +12,7 @@ constexpr double kTickEvery = 9.0;  // percent
 // Room for what stands at the ends, in percent.
 constexpr double kLeft = 0.6;
 constexpr double kWidth = 98.4;
+constexpr double kLastTick = 95;  // its text stands to the right of it
 
 // The longest stretch that is drawn as it is: the shortest such that what is folded takes no
 // more than the rest.
@@ -83,7 +84,8 @@ std::vector<Micros> TimeScale::Ticks() const {
     std::vector<Micros> ticks;
     const auto step = static_cast<Micros>(Nice(m_pieces.back().to * kTickEvery / 100));
     const auto isRoom = [&](Micros time) {
-        return ticks.empty() || At(time) - At(ticks.back()) > kTickEvery * 0.8;
+        return ticks.empty() ||
+               (At(time) < kLastTick && At(time) - At(ticks.back()) > kTickEvery * 0.8);
     };
     std::size_t fold = 0;
     Micros from = Begin();
