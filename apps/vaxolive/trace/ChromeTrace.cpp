@@ -65,7 +65,8 @@ public:
 private:
     typedef std::map<std::uint64_t, std::size_t> LaneOfCommand;
 
-    JsonObject Begin(const char* phase, const std::string& name, std::size_t lane, Micros time) {
+    JsonObject Begin(const char* phase, const std::string& name, std::size_t lane,
+                     Micros time) const {
         JsonObject object;
         object.Text("ph", phase).Text("name", name).Number("pid", m_process);
         object.Number("tid", lane).Number("ts", time - m_all.begin);

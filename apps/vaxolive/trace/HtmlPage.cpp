@@ -36,13 +36,14 @@ std::string List(const Things& things, const char* kind, Say say) {
 
 std::string Head(const Diagnosis& diagnosis) {
     std::string all =
-        "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-        "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">\n"
-        "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src "
-        "'unsafe-inline'\">\n<title>Command queue</title>\n<style>" +
+        "<!DOCTYPE html>\n<html lang='en'>\n<head>\n<meta charset='utf-8'>\n"
+        "<meta name='viewport' content='width=device-width,initial-scale=1'>\n"
+        R"(<meta http-equiv="Content-Security-Policy" content="default-src 'none'; )"
+        R"(style-src 'unsafe-inline'">)"
+        "\n<title>Command queue</title>\n<style>" +
         std::string(PageStyle()) + "</style>\n</head>\n<body>\n<h1>Command queue</h1>\n";
     if (diagnosis.begin != kNoTime) {
-        all += "<p class=\"dim\">" + SayDate(diagnosis.begin) + " to " + SayDate(diagnosis.end) +
+        all += "<p class='dim'>" + SayDate(diagnosis.begin) + " to " + SayDate(diagnosis.end) +
                " (" + SayDuration(diagnosis.end - diagnosis.begin) + "), " +
                std::to_string(diagnosis.commands) + " commands, " +
                std::to_string(diagnosis.processes.size()) +
@@ -62,9 +63,9 @@ std::string VerdictBox(const ProcessDiagnosis& process, bool isOnly) {
                         : !process.waiting.empty()   ? " more"
                                                      : "";
     std::string all =
-        std::string("<div class=\"verdict") + style + "\"><p>" + Name(Verdict(process)) + "</p>\n";
+        std::string("<div class='verdict") + style + "'><p>" + Name(Verdict(process)) + "</p>\n";
     if (!isOnly) {
-        all += "<p class=\"dim\">" + ProcessTitle(process) + "</p>\n";
+        all += "<p class='dim'>" + ProcessTitle(process) + "</p>\n";
     }
     if (process.executing == nullptr && process.waiting.empty()) {
         return all + "</div>\n";
@@ -80,14 +81,14 @@ std::string VerdictBox(const ProcessDiagnosis& process, bool isOnly) {
     if (!process.waiting.empty()) {
         all +=
             Row("Behind it", List(process.waiting, "<ol>", [](const Command* command) {
-                    return "<a href=\"#c" + std::to_string(command->id) + "\">" +
+                    return "<a href='#c" + std::to_string(command->id) + "'>" +
                            Name(Title(command->name)) + "</a>" +
                            (command->offered == kNoTime ? ", since before the log begins"
                                                         : ", since " + SayTime(command->offered));
                 }));
     }
     if (!process.notes.empty()) {
-        all += Row("Meanwhile", List(process.notes, "<ul class=\"notes\">", [](const Event* event) {
+        all += Row("Meanwhile", List(process.notes, "<ul class='notes'>", [](const Event* event) {
                        return SayTime(event->time) + " " + Name(event->text);
                    }));
     }
@@ -122,7 +123,7 @@ std::string Findings(const Diagnosis& diagnosis) {
     }
     if (!diagnosis.warnings.empty()) {
         all += "<h3>About the log</h3>\n" +
-               List(diagnosis.warnings, "<ul class=\"notes\">",
+               List(diagnosis.warnings, "<ul class='notes'>",
                     [](const std::string& warning) { return Escape(warning); });
     }
     return all;
@@ -133,27 +134,26 @@ std::string Cell(const char* style, const std::string& content) {
 }
 
 std::string DurationCell(Micros duration) {
-    return Cell(" class=\"n\"", duration == kNoTime ? "" : SayDuration(duration));
+    return Cell(" class='n'", duration == kNoTime ? "" : SayDuration(duration));
 }
 
 std::string TableRow(const Command& command, Micros now) {
     const Spans spans = SpansOf(command, now);
     std::string result = FateName(command.fate);
     if (command.other != 0) {
-        result += " by <a href=\"#c" + std::to_string(command.other) + "\">" +
+        result += " by <a href='#c" + std::to_string(command.other) + "'>" +
                   Name(Title(command.otherName)) + "</a>: " + Escape(Reason(command));
     } else if (command.fate == Fate::Holding) {
         result += ", waits for " + Name(EndingEvent(command.name));
     } else if (command.hasFailed) {
         result += ", failed";
     }
-    return "<tr id=\"c" + std::to_string(command.id) + "\"" +
-           (command.fate == Fate::Holding || command.fate == Fate::Running ? " class=\"busy\""
-                                                                           : "") +
-           ">" + Cell(" class=\"n\"", std::to_string(command.id)) +
+    return "<tr id='c" + std::to_string(command.id) + "'" +
+           (command.fate == Fate::Holding || command.fate == Fate::Running ? " class='busy'" : "") +
+           ">" + Cell(" class='n'", std::to_string(command.id)) +
            Cell("", command.offered == kNoTime ? "before" : SayTime(command.offered)) +
            Cell("", Name(Title(command.name))) + DurationCell(spans.waited) +
-           DurationCell(spans.ran) + DurationCell(spans.held) + Cell(" class=\"wide\"", result) +
+           DurationCell(spans.ran) + DurationCell(spans.held) + Cell(" class='wide'", result) +
            "</tr>\n";
 }
 
@@ -166,24 +166,27 @@ std::string Table(const ProcessDiagnosis& process, const ProcessBars& bars) {
               [](const Command* a, const Command* b) { return a->id < b->id; });
     commands.erase(std::unique(commands.begin(), commands.end()), commands.end());
     std::string all =
-        "<div class=\"table\" tabindex=\"0\" role=\"region\" aria-label=\"Commands of process " +
+        "<div class='table' tabindex='0' role='region' aria-label='Commands of process " +
         std::to_string(process.number) +
-        "; scrolls sideways\"><table>\n<thead><tr><th class=\"n\">#</th><th>Offered</th>"
-        "<th>Command</th><th class=\"n\">Waited</th><th class=\"n\">Ran</th>"
-        "<th class=\"n\">Held the queue</th><th>Result</th></tr></thead>\n<tbody>\n";
+        "; scrolls sideways'><table>\n<thead><tr><th class='n'>#</th><th>Offered</th>"
+        "<th>Command</th><th class='n'>Waited</th><th class='n'>Ran</th>"
+        "<th class='n'>Held the queue</th><th>Result</th></tr></thead>\n<tbody>\n";
     for (const Command* const command : commands) {
         all += TableRow(*command, process.process->end);
     }
     return all + "</tbody></table></div>\n";
 }
 
+std::string ZoomButton(const std::string& factor) {
+    return "<input type='radio' name='zoom' id='z" + factor + "'" +
+           (factor == "1" ? " checked" : "") + "> <label class='zoom' for='z" + factor + "'>" +
+           factor + "&times;</label>\n";
+}
+
 std::string Zoom() {
-    std::string all = "<span class=\"hint\">Zoom: </span>";
+    std::string all = "<span class='hint'>Zoom: </span>";
     for (const char* const factor : {"1", "4", "16", "64", "256"}) {
-        const std::string id = std::string("z") + factor;
-        all += "<input type=\"radio\" name=\"zoom\" id=\"" + id + "\"" +
-               (id == "z1" ? " checked" : "") + "> <label class=\"zoom\" for=\"" + id + "\">" +
-               factor + "&times;</label>\n";
+        all += ZoomButton(factor);
     }
     return all;
 }
@@ -206,13 +209,13 @@ std::string HtmlPage(const Story& story, const Diagnosis& diagnosis) {
         page += VerdictBox(*it, isOnly);
     }
     page += "<h2>Time line</h2>\n" + SvgLegend() + "<section>" + Zoom() +
-            "<p class=\"dim hint\">Scroll the picture sideways; point at a bar for its times, "
+            "<p class='dim hint'>Scroll the picture sideways; point at a bar for its times, "
             "follow it to its row of the table. Grey stretches, in which nothing happens, are "
-            "drawn short.</p>\n<div class=\"pictures\">\n" +
+            "drawn short.</p>\n<div class='pictures'>\n" +
             pictures + "</div></section>\n<h2>Findings</h2>\n" + Findings(diagnosis) +
             "<h2>Commands</h2>\n" + tables;
     if (diagnosis.commands > kMostDrawn) {
-        page += "<p class=\"dim\">Of each process the newest " + std::to_string(kMostDrawn) +
+        page += "<p class='dim'>Of each process the newest " + std::to_string(kMostDrawn) +
                 " commands are shown.</p>\n";
     }
     return page + "</main>\n</body>\n</html>\n";

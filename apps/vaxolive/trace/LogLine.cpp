@@ -12,6 +12,7 @@ namespace {
 constexpr Micros kSecond = 1000000;
 constexpr Micros kDay = 86400 * kSecond;
 constexpr std::size_t kLongestText = 256;
+constexpr std::size_t kLongestType = 32;
 
 // Days between 1970-01-01 and a date of the Gregorian calendar, and back. Years are counted
 // from March, so that the day that comes and goes is the last.
@@ -146,7 +147,7 @@ bool ParseLogLine(std::string_view line, LogLine& out) {
 
 bool ParseCommandName(std::string_view text, CommandName& out) {
     const std::size_t open = text.find('(');
-    if (open == std::string_view::npos || open > 32 || !TakeBack(text, ")")) {
+    if (open > kLongestType || !TakeBack(text, ")")) {
         return false;
     }
     out.type = std::string(text.substr(0, open));
@@ -178,10 +179,10 @@ std::string SayTime(Micros time) {
 std::string SayDuration(Micros duration) {
     const auto value = static_cast<double>(duration);
     const auto seconds = static_cast<long long>(duration / kSecond);
-    if (duration < 1000) {
+    if (duration < kSecond / 1000) {
         return Print("%lld us", static_cast<long long>(duration));
     }
-    if (duration < 100 * 1000) {
+    if (duration < kSecond / 10) {
         return Print("%.1f ms", value / 1e3);
     }
     if (duration < kSecond) {

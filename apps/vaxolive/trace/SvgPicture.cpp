@@ -48,13 +48,13 @@ public:
         }
         drawn += Arrows() + Events();
         const std::string id = "t" + std::to_string(m_process.number);
-        return "<div class=\"picture\"><div class=\"names\">" + Names() +
-               "</div><div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Time line "
+        return "<div class='picture'><div class='names'>" + Names() +
+               "</div><div class='scroll' tabindex='0' role='region' aria-label='Time line "
                "of process " +
                std::to_string(m_process.number) +
-               "; scrolls sideways\"><svg class=\"time\" role=\"img\" aria-labelledby=\"" + id +
-               " " + id + "d\" height=\"" + Number(Height()) + "\"><title id=\"" + id +
-               "\">Time line of the command queue</title><desc id=\"" + id + "d\">" +
+               "; scrolls sideways'><svg class='time' role='img' aria-labelledby='" + id + " " +
+               id + "d' height='" + Number(Height()) + "'><title id='" + id +
+               "'>Time line of the command queue</title><desc id='" + id + "d'>" +
                Escape(Verdict(m_process)) +
                " The table of commands below says the same in words.</desc>" + Defs() + drawn +
                "</svg></div></div>\n";
@@ -90,10 +90,10 @@ private:
     }
 
     std::string Names() const {
-        std::string all = "<svg width=\"100%\" height=\"" + Number(Height()) +
-                          "\" role=\"img\" aria-label=\"Names of the lanes\">";
+        std::string all = "<svg width='100%' height='" + Number(Height()) +
+                          "' role='img' aria-label='Names of the lanes'>";
         const auto name = [&](int row, const char* text) {
-            all += "<text x=\"8\" y=\"" + Number(Top(row) + 17) + "\">" + text + "</text>";
+            all += "<text x='8' y='" + Number(Top(row) + 17) + "'>" + text + "</text>";
         };
         name(0, "holds queue");
         name(1, "runs");
@@ -106,38 +106,44 @@ private:
     }
 
     std::string Defs() const {
-        return "<defs><marker id=\"a" + std::to_string(m_process.number) +
-               "\" markerUnits=\"userSpaceOnUse\" markerWidth=\"9\" markerHeight=\"8\" refX=\"7\" "
-               "refY=\"4\" orient=\"auto\">"
-               "<path class=\"head\" d=\"M0 0L8 4L0 8Z\"/></marker></defs>";
+        return "<defs><marker id='a" + std::to_string(m_process.number) +
+               "' markerUnits='userSpaceOnUse' markerWidth='9' markerHeight='8' refX='7' "
+               "refY='4' orient='auto'>"
+               "<path class='head' d='M0 0L8 4L0 8Z'/></marker></defs>";
     }
 
     std::string Axis() const {
         std::string all;
         for (int row = 0; row < Rows(); row += 2) {
-            all += "<rect class=\"lane\" x=\"0\" y=\"" + Number(Top(row)) +
-                   "\" width=\"100%\" height=\"" + Number(kRow) + "\"/>";
+            all += "<rect class='lane' x='0' y='" + Number(Top(row)) + "' width='100%' height='" +
+                   Number(kRow) + "'/>";
         }
-        const std::string bottom = "\" y2=\"" + Number(Height()) + "\"/>";
         for (const TimeScale::Fold& fold : m_scale.Folds()) {
-            const double from = m_scale.At(fold.begin);
-            const double to = m_scale.At(fold.end);
-            const std::string middle = Percent((from + to) / 2);
-            all += "<g><title>Nothing happens for " + SayDuration(fold.end - fold.begin) +
-                   "; drawn short</title><rect class=\"fold\" x=\"" + Percent(from) +
-                   "\" y=\"0\" width=\"" + Percent(to - from) + "\" height=\"" + Number(Height()) +
-                   "\"/><text class=\"dim\" text-anchor=\"middle\" y=\"12\" x=\"" + middle + "\">" +
-                   SayDuration(fold.end - fold.begin) + "</text></g>";
+            all += DrawFold(fold);
         }
         for (const Micros tick : m_scale.Ticks()) {
-            const std::string x = Percent(m_scale.At(tick));
-            all += "<line class=\"grid\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"14" + bottom +
-                   "<svg x=\"" + x +
-                   "\" overflow=\"visible\"><text class=\"dim\" x=\"3\" y=\"26\">" +
-                   (tick == m_scale.Begin() ? "0" : SayDuration(tick - m_scale.Begin())) +
-                   "</text></svg>";
+            all += DrawTick(tick);
         }
         return all;
+    }
+
+    std::string DrawFold(const TimeScale::Fold& fold) const {
+        const double from = m_scale.At(fold.begin);
+        const double to = m_scale.At(fold.end);
+        const std::string length = SayDuration(fold.end - fold.begin);
+        return "<g><title>Nothing happens for " + length +
+               "; drawn short</title><rect class='fold' x='" + Percent(from) + "' y='0' width='" +
+               Percent(to - from) + "' height='" + Number(Height()) +
+               "'/><text class='dim' text-anchor='middle' y='12' x='" + Percent((from + to) / 2) +
+               "'>" + length + "</text></g>";
+    }
+
+    std::string DrawTick(Micros tick) const {
+        const std::string x = Percent(m_scale.At(tick));
+        const Micros since = tick - m_scale.Begin();
+        return "<line class='grid' x1='" + x + "' x2='" + x + "' y1='14' y2='" + Number(Height()) +
+               "'/><svg x='" + x + "' overflow='visible'><text class='dim' x='3' y='26'>" +
+               (since == 0 ? "0" : SayDuration(since)) + "</text></svg>";
     }
 
     static std::string Class(const Bar& bar) {
@@ -171,20 +177,19 @@ private:
         const double from = m_scale.At(bar.begin);
         const double width = m_scale.At(bar.end) - from;
         const int top = Top(RowOf(bar)) + (kRow - kBar) / 2;
-        const std::string place = " x=\"" + Percent(from) + "\" y=\"" + Number(top) +
-                                  "\" width=\"" + Percent(width) + "\" height=\"" + Number(kBar) +
-                                  "\"";
-        std::string all = "<a tabindex=\"-1\" href=\"#c" + std::to_string(bar.command->id) +
-                          "\" class=\"" + Class(bar) + "\"><title>" + Escape(Tip(bar)) +
-                          "</title><rect class=\"bar\" rx=\"2\"" + place + "/>";
+        const std::string place = " x='" + Percent(from) + "' y='" + Number(top) + "' width='" +
+                                  Percent(width) + "' height='" + Number(kBar) + "'";
+        std::string all = "<a tabindex='-1' href='#c" + std::to_string(bar.command->id) +
+                          "' class='" + Class(bar) + "'><title>" + Escape(Tip(bar)) +
+                          "</title><rect class='bar' rx='2'" + place + "/>";
         if (width >= kLeastLabel) {
-            all += "<svg" + place + "><text x=\"5\" y=\"14\">" + Escape(Title(bar.command->name)) +
+            all += "<svg" + place + "><text x='5' y='14'>" + Escape(Title(bar.command->name)) +
                    "</text></svg>";
         }
         if (bar.isOpen && bar.kind != LaneKind::Waiting) {
-            all += "<svg x=\"" + Percent(from + width) + "\" y=\"" + Number(top) +
-                   "\" overflow=\"visible\"><path class=\"open\" d=\"M-2 0V20M-8 5L-3 10L-8 "
-                   "15\"/></svg>";
+            all += "<svg x='" + Percent(from + width) + "' y='" + Number(top) +
+                   "' overflow='visible'><path class='open' d='M-2 0V20M-8 5L-3 10L-8 "
+                   "15'/></svg>";
         }
         return all + "</a>\n";
     }
@@ -205,31 +210,34 @@ private:
             if (command.other == 0 || !waits || other == rows.end()) {
                 continue;
             }
-            const std::string x = Percent(m_scale.At(command.ended));
-            const int from = Top(other->second) + kRow / 2;
-            const int to = Top(RowOf(bar)) + kRow / 2;
-            all += "<line class=\"join\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"" + Number(from) +
-                   "\" y2=\"" + Number(to + (from < to ? -4 : 4)) + "\" marker-end=\"url(#a" +
-                   std::to_string(m_process.number) + ")\"/>";
+            all +=
+                DrawArrow(command.ended, Top(other->second) + kRow / 2, Top(RowOf(bar)) + kRow / 2);
         }
         return all;
+    }
+
+    std::string DrawArrow(Micros time, int from, int to) const {
+        const std::string x = Percent(m_scale.At(time));
+        return "<line class='join' x1='" + x + "' x2='" + x + "' y1='" + Number(from) + "' y2='" +
+               Number(to + (from < to ? -4 : 4)) + "' marker-end='url(#a" +
+               std::to_string(m_process.number) + ")'/>";
     }
 
     static const char* Shape(EventKind kind) {
         switch (kind) {
             case EventKind::Completion:
-                return "<path class=\"ev\" d=\"M0 -6L6 0L0 6L-6 0Z\"/>";
+                return "<path class='ev' d='M0 -6L6 0L0 6L-6 0Z'/>";
             case EventKind::Delivered:
-                return "<circle class=\"ev\" r=\"5\"/>";
+                return "<circle class='ev' r='5'/>";
             case EventKind::Dropped:
             case EventKind::NotForThis:
-                return "<circle class=\"ev no\" r=\"5\"/>";
+                return "<circle class='ev no' r='5'/>";
             case EventKind::Trouble:
-                return "<path class=\"ev bad\" d=\"M0 -7L7 6L-7 6Z\"/>";
+                return "<path class='ev bad' d='M0 -7L7 6L-7 6Z'/>";
             case EventKind::Note:
                 break;
         }
-        return "<rect class=\"ev note\" x=\"-3\" y=\"-3\" width=\"6\" height=\"6\"/>";
+        return "<rect class='ev note' x='-3' y='-3' width='6' height='6'/>";
     }
 
     std::string Events() const {
@@ -238,10 +246,9 @@ private:
         std::size_t shown = 0;
         for (auto it = m_story.Events().rbegin(); it != m_story.Events().rend(); ++it) {
             if (it->process == m_process.index && it->time >= m_scale.Begin() && ++shown <= 3000) {
-                all += "<svg x=\"" + Percent(m_scale.At(it->time)) + "\" y=\"" + y +
-                       "\" overflow=\"visible\"><title>" +
-                       Escape(SayTime(it->time) + " " + it->text) + "</title>" + Shape(it->kind) +
-                       "</svg>\n";
+                all += "<svg x='" + Percent(m_scale.At(it->time)) + "' y='" + y +
+                       "' overflow='visible'><title>" + Escape(SayTime(it->time) + " " + it->text) +
+                       "</title>" + Shape(it->kind) + "</svg>\n";
             }
         }
         return all;
@@ -256,17 +263,16 @@ private:
 };
 
 std::string LegendItem(const char* style, const char* text) {
-    return std::string("<li><svg width=\"34\" height=\"20\" aria-hidden=\"true\"><g class=\"") +
-           style +
-           "\"><rect class=\"bar\" x=\"2\" y=\"3\" width=\"30\" height=\"14\" rx=\"2\"/>"
+    return std::string("<li><svg width='34' height='20' aria-hidden='true'><g class='") + style +
+           "'><rect class='bar' x='2' y='3' width='30' height='14' rx='2'/>"
            "</g></svg>" +
            text + "</li>\n";
 }
 
 std::string LegendSign(const char* shape, const char* text) {
     return std::string(
-               "<li><svg width=\"20\" height=\"20\" aria-hidden=\"true\">"
-               "<g transform=\"translate(10 10)\">") +
+               "<li><svg width='20' height='20' aria-hidden='true'>"
+               "<g transform='translate(10 10)'>") +
            shape + "</g></svg>" + text + "</li>\n";
 }
 
@@ -278,22 +284,21 @@ std::string SvgPicture(const Story& story, const ProcessDiagnosis& process,
 }
 
 std::string SvgLegend() {
-    return "<ul class=\"legend\">\n" + LegendItem("wait", "waits") + LegendItem("run", "runs") +
+    return "<ul class='legend'>\n" + LegendItem("wait", "waits") + LegendItem("run", "runs") +
            LegendItem("hold", "has run, holds the queue until its event") +
            LegendItem("wait gone", "made pointless, or its end not logged") +
            LegendItem("run failed", "failed") +
            LegendSign(
-               "<path class=\"join\" d=\"M0 9V-2\"/><path class=\"head\" d=\"M0 -9L4 "
-               "-1L-4 -1Z\"/>",
+               "<path class='join' d='M0 9V-2'/><path class='head' d='M0 -9L4 "
+               "-1L-4 -1Z'/>",
                "from the newcomer to the one it removes") +
-           LegendSign("<path class=\"open\" d=\"M6 -8V8M-3 -5L3 0L-3 5\"/>",
+           LegendSign("<path class='open' d='M6 -8V8M-3 -5L3 0L-3 5'/>",
                       "goes on at the last line") +
-           LegendSign("<path class=\"ev\" d=\"M0 -6L6 0L0 6L-6 0Z\"/>", "completion reported") +
-           LegendSign("<circle class=\"ev\" r=\"5\"/>", "told to the application") +
-           LegendSign("<circle class=\"ev no\" r=\"5\"/>", "not told, or not for this command") +
-           LegendSign("<path class=\"ev bad\" d=\"M0 -7L7 6L-7 6Z\"/>", "warning or error") +
-           LegendSign("<rect class=\"ev note\" x=\"-3\" y=\"-3\" width=\"6\" height=\"6\"/>",
-                      "other line") +
+           LegendSign("<path class='ev' d='M0 -6L6 0L0 6L-6 0Z'/>", "completion reported") +
+           LegendSign("<circle class='ev' r='5'/>", "told to the application") +
+           LegendSign("<circle class='ev no' r='5'/>", "not told, or not for this command") +
+           LegendSign("<path class='ev bad' d='M0 -7L7 6L-7 6Z'/>", "warning or error") +
+           LegendSign("<rect class='ev note' x='-3' y='-3' width='6' height='6'/>", "other line") +
            "</ul>\n";
 }
 
