@@ -76,8 +76,9 @@ CommandLine::CommandLine() : m_app("Publishes to and plays from live channels.",
         ->type_name("WHEN")
         ->check(OneOf({"auto", "always", "never"}));
     m_app.footer(Footer());
-    m_commands = {AddPublish(m_app),   AddPlay(m_app),    AddList(m_app),       AddDevices(m_app),
-                  AddUploadLog(m_app), AddCompare(m_app), AddCompletion(m_app), AddMan(m_app)};
+    m_commands = {AddPublish(m_app), AddPlay(m_app),       AddList(m_app),
+                  AddDevices(m_app), AddUploadLog(m_app),  AddCompare(m_app),
+                  AddTrace(m_app),   AddCompletion(m_app), AddMan(m_app)};
 }
 
 void CommandLine::ChooseColours() const {

@@ -27,6 +27,7 @@ Command AddList(CLI::App& app);
 Command AddDevices(CLI::App& app);
 Command AddUploadLog(CLI::App& app);
 Command AddCompare(CLI::App& app);
+Command AddTrace(CLI::App& app);
 // These two tell what the whole command line is, which must outlive them.
 Command AddCompletion(CLI::App& app);
 Command AddMan(CLI::App& app);

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 #include "Text.h"
 
@@ -27,17 +29,33 @@ bool WritePng(const std::string& path, const Picture& picture, std::string& erro
     header.width = static_cast<png_uint_32>(picture.width);
     header.height = static_cast<png_uint_32>(picture.height);
     header.format = PNG_FORMAT_RGBA;
-    const std::string part = path + ".part";
-    if (png_image_write_to_file(&header, part.c_str(), 0, picture.rgba.data(), 0, nullptr) == 0) {
-        error = "picture " + Printable(path) + ": " + header.message;
+    const std::string name = "picture " + Printable(path) + ": ";
+    std::error_code ignored;
+    const auto kind = std::filesystem::status(path, ignored).type();
+    // A device or a pipe must not be replaced by a file, nor removed when writing fails.
+    const bool isReplaced = kind == std::filesystem::file_type::regular ||
+                            kind == std::filesystem::file_type::not_found;
+    const std::string target = isReplaced ? path + ".part" : path;
+    std::FILE* const file = std::fopen(target.c_str(), "wbe");
+    if (file == nullptr) {
+        error = name + SystemError(errno);
         return false;
     }
-    if (std::rename(part.c_str(), path.c_str()) != 0) {
-        error = "picture " + Printable(path) + ": " + SystemError(errno);
-        std::remove(part.c_str());
-        return false;
+    bool isWritten =
+        png_image_write_to_stdio(&header, file, 0, picture.rgba.data(), 0, nullptr) != 0;
+    error = isWritten ? "" : name + header.message;
+    if (std::fclose(file) != 0 && isWritten) {
+        isWritten = false;
+        error = name + SystemError(errno);
     }
-    return true;
+    if (isWritten && isReplaced && std::rename(target.c_str(), path.c_str()) != 0) {
+        isWritten = false;
+        error = name + SystemError(errno);
+    }
+    if (!isWritten && isReplaced) {
+        std::remove(target.c_str());
+    }
+    return isWritten;
 }
 
 bool ReadPng(const std::string& path, Picture& picture, std::string& error) {

@@ -13,7 +13,8 @@ struct Picture {
     std::vector<unsigned char> rgba;  // lines without gaps, the top one first
 };
 
-// The file appears whole or not at all. False with `error` for people.
+// The file appears whole or not at all; what is no file but a device or a pipe is written to as
+// it is. False with `error` for people.
 bool WritePng(const std::string& path, const Picture& picture, std::string& error);
 
 // At most 16384 pixels either way.

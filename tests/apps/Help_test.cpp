@@ -7,8 +7,8 @@ namespace apptest {
 
 namespace {
 
-const std::vector<std::string> kCommands = {"publish",    "play",    "list",       "devices",
-                                            "upload-log", "compare", "completion", "man"};
+const std::vector<std::string> kCommands = {
+    "publish", "play", "list", "devices", "upload-log", "compare", "trace", "completion", "man"};
 
 }  // namespace
 

@@ -76,9 +76,14 @@ TEST_F(JsonTest, PublishTellsItsEventsInPlaceOfLinesForPeople) {
     const auto counts = std::find(kinds.begin(), kinds.end(), "counts");
     ASSERT_NE(counts, kinds.end());
     kinds.erase(counts);  // the service's, at any moment after the entry
-    const std::vector<std::string> wanted = {
-        "start",    "entered", "publish-start", "publish", "published", "stats", "preview-snapshot",
-        "snapshot", "publish", "left",          "end"};
+    // The end of the publish is told only if it is quicker than the leaving is queued.
+    ASSERT_GE(kinds.size(), 3U);
+    if (kinds[kinds.size() - 3] == "publish") {
+        kinds.erase(kinds.end() - 3);
+    }
+    const std::vector<std::string> wanted = {"start",     "entered", "publish-start",    "publish",
+                                             "published", "stats",   "preview-snapshot", "snapshot",
+                                             "left",      "end"};
     EXPECT_EQ(kinds, wanted);
     EXPECT_EQ(app->Output(), Content("events"));
 }

@@ -79,6 +79,23 @@ TEST(PngFileTest, PictureComesBackAsItWasWritten) {
     EXPECT_TRUE(error.find("/nowhere/x.png") != std::string::npos) << error;
 }
 
+TEST(PngFileTest, DeviceStaysADevice) {
+    const auto path =
+        std::filesystem::temp_directory_path() / ("vaxopng" + std::to_string(::getpid()) + ".link");
+    std::string error;
+    for (const char* const device : {"/dev/null", "/dev/full"}) {
+        std::filesystem::remove(path);
+        std::filesystem::create_symlink(device, path);
+        // The picture is larger than what is kept before it is written.
+        EXPECT_EQ(WritePng(path.string(), Scene(320, 200, 3, 5), error),
+                  std::string(device) == "/dev/null");
+        EXPECT_TRUE(std::filesystem::is_symlink(path)) << device;
+        EXPECT_TRUE(std::filesystem::is_character_file(device)) << device;
+    }
+    EXPECT_NE(error.find("picture "), std::string::npos) << error;
+    std::filesystem::remove(path);
+}
+
 TEST(TextTest, PrintableTextKeepsLettersAndLosesControls) {
     EXPECT_EQ(Printable("gr\xC3\xBC\xC3\x9F"), "gr\xC3\xBC\xC3\x9F");
     EXPECT_EQ(Printable("a\x1b[2J\n\x7f\xC2\x9B"
