@@ -1,6 +1,7 @@
 // A program that brings an engine of its own.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 
 #include "apps/AppProcess.h"
@@ -12,7 +13,15 @@ const std::string kProgram = std::string(VAXO_EXAMPLES_DIR) + "/own_engine";
 TEST(OwnEngine, EveryRequestIsAnsweredByItsEventInOrder) {
     apptest::AppProcess program({}, {}, {false, {}, kProgram});
     EXPECT_EQ(program.End(), 0) << program.Error();
-    EXPECT_EQ(program.Output(),
+    // Leaving ends the publish that is not there; that is told only if it is quicker than the
+    // leaving is queued.
+    const std::string perhaps = "publish : END\n";
+    std::string output = program.Output();
+    const std::size_t at = output.find(perhaps);
+    if (at != std::string::npos) {
+        output.erase(at, perhaps.size());
+    }
+    EXPECT_EQ(output,
               "entered: 0\n"
               "publish show: BEGIN\n"
               "stream: show\n"
