@@ -73,13 +73,13 @@ std::string Takes(const CLI::App& command, const std::string& pattern) {
         const std::string kind = Kind(*option);
         for (const std::string& name : NamesOf(*option)) {
             std::string& all = patterns[kind];
-            all += (all.empty() ? "" : " | ") + pattern + name;
+            all.append(all.empty() ? "" : " | ").append(pattern).append(name);
         }
     }
     patterns.erase("");
     std::string lines;
     for (const auto& [kind, names] : patterns) {
-        lines += "        " + names + ") echo '" + kind + "' ;;\n";
+        lines.append("        ").append(names).append(") echo '").append(kind).append("' ;;\n");
     }
     return lines;
 }

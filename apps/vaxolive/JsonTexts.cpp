@@ -8,7 +8,7 @@ const std::vector<JsonKind>& ResultTexts() {
          "one line for each stream; \"change\" with --follow alone"},
         {"devices", "kind id name", "one line for each device"},
         {"upload-log", "file uploaded bytes code reason",
-         "one line at the end; \"bytes\" when it was uploaded, \"code\" and \"reason\" when not"},
+         R"(one line at the end; "bytes" when it was uploaded, "code" and "reason" when not)"},
         {"compare", "alike verdict decibels limit contrast sizes", "one line"},
     };
     return s_results;

@@ -172,6 +172,7 @@ bool ReadKey(Settings& settings, bool isFileGiven, std::string& error) {
 
 std::vector<SettingText> SettingTexts() {
     std::vector<SettingText> texts;
+    texts.reserve(kSettings.size());
     for (const Setting& setting : kSettings) {
         texts.push_back({setting.option, setting.variable, setting.help});
     }
